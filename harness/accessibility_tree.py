@@ -1,0 +1,52 @@
+"""Prints what assistive technology sees on this session's bus, as JSON.
+
+A program of its own, since the library connects once in a process and each desktop
+has another bus.
+"""
+
+import json
+
+import pyatspi
+
+
+def describe(node, window: str | None) -> dict:
+    try:
+        extents = node.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+        box = [extents.x, extents.y, extents.width, extents.height]
+    except NotImplementedError:
+        box = None
+    try:
+        interface = node.queryText()
+        text = interface.getText(0, interface.characterCount)
+    except NotImplementedError:
+        text = None
+    states = node.getState().getStates()
+    return {
+        "window": window,
+        "role": node.getRoleName(),
+        "name": node.name,
+        "text": text,
+        "box": box,
+        "states": [pyatspi.stateToString(state) for state in states],
+    }
+
+
+def collect(node, window: str | None, found: list[dict]) -> None:
+    for child in node:
+        if child is None:  # gone between the question and the answer
+            continue
+        top = child.name if window is None else window
+        found.append(describe(child, top))
+        collect(child, top, found)
+
+
+def main() -> None:
+    found: list[dict] = []
+    for application in pyatspi.Registry.getDesktop(0):
+        if application is not None:
+            collect(application, None, found)
+    print(json.dumps(found))
+
+
+if __name__ == "__main__":
+    main()

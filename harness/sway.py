@@ -1,0 +1,106 @@
+"""A private Wayland desktop."""
+
+import json
+import os
+import pwd
+from pathlib import Path
+
+from harness.process import User
+from harness.session import Session
+
+# The readiness line comes from sway itself, once the configuration has been run.
+CONFIG = """\
+xwayland disable
+output HEADLESS-1 resolution 1280x800 background #3d5a73 solid_color
+default_border normal
+focus_follows_mouse no
+focus_on_window_activation focus
+exec echo "ready on $WAYLAND_DISPLAY"
+"""
+
+# Longer than any session. A seat without a keyboard gets none of the keys that are
+# typed before the focused window has met the new keyboard, so one stays plugged in.
+KEYBOARD_MS = 24 * 3600 * 1000
+
+
+def unprivileged_user() -> User | None:
+    """Somebody else for root, since sway refuses to run as root."""
+    if os.geteuid() != 0:
+        return None
+    account = pwd.getpwnam(os.environ.get("TARQ_HARNESS_USER", "nobody"))
+    return User(account.pw_uid, account.pw_gid)
+
+
+class SwaySession(Session):
+    """A headless Wayland compositor; everything in it runs as an unprivileged user."""
+
+    def __init__(self, *, dbus: bool = True) -> None:
+        super().__init__(dbus=dbus, user=unprivileged_user())
+
+    def bring_up(self) -> None:
+        super().bring_up()
+        config = self.write("sway.conf", CONFIG)
+        self.env |= {
+            "SWAYSOCK": str(self.runtime / "sway.sock"),
+            "WLR_BACKENDS": "headless",
+            "WLR_RENDERER": "pixman",
+            "WLR_LIBINPUT_NO_DEVICES": "1",
+            "XDG_SESSION_TYPE": "wayland",
+            "XDG_CURRENT_DESKTOP": "sway",
+            "QT_QPA_PLATFORM": "wayland",
+        }
+        compositor = self.spawn(["sway", "--config", config])
+        self.env["WAYLAND_DISPLAY"] = compositor.wait_for_line(r"ready on (\S+)$")[1]
+        self.spawn(["wtype", "-s", KEYBOARD_MS], name="keyboard")
+
+    def screenshot(self, path: Path | str) -> None:
+        # Taken as the session's user, who may not write where the picture goes.
+        picture = self.tmp / "screenshot.png"
+        self.run(["grim", picture])
+        Path(path).write_bytes(picture.read_bytes())
+
+    def clipboard(self) -> str:
+        """The clipboard's text, empty if nobody owns it."""
+        return self.run(["wl-paste", "--no-newline"], check=False).stdout
+
+    def set_clipboard(self, text: str) -> None:
+        self.run(["wl-copy"], stdin=text)
+
+    def active_window(self) -> int | None:
+        """The process id of the window that has the focus."""
+        return next((node["pid"] for node in self._windows() if node["focused"]), None)
+
+    def windows_of(self, pid: int) -> list[dict]:
+        """The windows of a process that are on the screen, as sway describes them."""
+        return [node for node in self._windows() if node["pid"] == pid]
+
+    def activate(self, pid: int) -> None:
+        """Focus the window of a process, once it is there."""
+
+        def granted() -> bool:
+            if self.active_window() == pid:
+                return True
+            self.run(["swaymsg", f"[pid={pid}] focus"], check=False)
+            return False
+
+        self.wait_until(granted, f"the window of process {pid} to become active")
+
+    def press(self, keys: str) -> None:
+        """Press a combination such as "ctrl+v" in the focused window."""
+        *modifiers, key = keys.split("+")
+        down = [word for name in modifiers for word in ("-M", name)]
+        up = [word for name in reversed(modifiers) for word in ("-m", name)]
+        self.run(["wtype", *down, "-k", key, *up])
+
+    def type(self, text: str) -> None:
+        self.run(["wtype", text])
+
+    def _windows(self) -> list[dict]:
+        nodes = [json.loads(self.run(["swaymsg", "--raw", "--type", "get_tree"]).stdout)]
+        windows = []
+        while nodes:
+            node = nodes.pop()
+            nodes += node["nodes"] + node["floating_nodes"]
+            if "pid" in node:
+                windows.append(node)
+        return windows

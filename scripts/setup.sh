@@ -1,0 +1,54 @@
+# Shared by ./run, ./test and the scripts beside it, which source it from the root of the project.
+# shellcheck shell=bash
+
+# Debian's own interpreter: another one on the PATH doesn't see Debian's modules.
+export PYTHON=/usr/bin/python3
+
+say() {
+    printf '\033[1m%s\033[0m\n' "$*"
+}
+
+# The packages of the given groups that aren't installed.
+missing_packages() {
+    local group package wanted=" $* "
+    while read -r group package; do
+        [[ -n $package && $group != \#* && $wanted == *" $group "* ]] || continue
+        # One line for each architecture that the package is installed for.
+        dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed ||
+            printf '%s\n' "$package"
+    done < scripts/packages.txt
+}
+
+install_packages() {
+    local missing as_root=()
+    mapfile -t missing < <(missing_packages "$@")
+    ((${#missing[@]})) || return 0
+    if ((EUID != 0)); then
+        as_root=(sudo)
+        if ! command -v sudo > /dev/null; then
+            say "Install these packages as root, then start this again: ${missing[*]}" >&2
+            return 1
+        fi
+    fi
+    say "Installing ${#missing[@]} packages: ${missing[*]}"
+    "${as_root[@]}" apt-get update -q
+    # Nothing that is there may go: PulseAudio would put PipeWire's own packages out.
+    if ! "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -q -y --no-install-recommends --no-remove "${missing[@]}"; then
+        say "These packages can't be installed beside what this machine has: ${missing[*]}" >&2
+        return 1
+    fi
+}
+
+configure_preset() {
+    local preset=$1
+    say "Configuring build/$preset"
+    cmake --preset "$preset" --log-level=WARNING
+}
+
+build_preset() {
+    local preset=$1
+    configure_preset "$preset"
+    say "Building build/$preset"
+    cmake --build --preset "$preset"
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+// What a start of the program is asked to do. An option counts wherever it stands; of several, the
+// first in the order of Mode acts and the others are ignored, and so is every unknown argument.
+class CommandLine final
+{
+public:
+    enum class Mode {
+        Help,
+        Toggle,
+        SessionSmoke,
+        AmplitudeSmoke,
+        RecordingWaveSmoke,
+        AudioSmoke,
+        Run,
+    };
+
+    explicit CommandLine(const QStringList& arguments);
+
+    [[nodiscard]] Mode mode() const { return m_mode; }
+    /// The word behind the option as a number; the fallback if it is missing or no number.
+    [[nodiscard]] float floatArgument(float fallback) const;
+    /// The same for a whole number; one below 1 gives the fallback too.
+    [[nodiscard]] int positiveArgument(int fallback) const;
+
+private:
+    Mode m_mode = Mode::Run;
+    QString m_argument;
+};
+
+/// Logs the help text, as one message.
+void logHelp();

@@ -1,0 +1,279 @@
+#include "account/BrowserTest.h"
+#include "account/FailingBind.h"
+#include "support/RecordedLog.h"
+
+#include <QAbstractEventDispatcher>
+#include <QEventLoop>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTimer>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// How many single-shot timers of that period run. They outlive their context objects, and do
+// nothing then. From 20 seconds up they go by whole seconds.
+int runningTimers(int periodMs)
+{
+    int count = 0;
+    auto* dispatcher = QAbstractEventDispatcher::instance();
+    for (QObject* object : dispatcher->children()) {
+        for (const auto& timer : dispatcher->registeredTimers(object)) {
+            count += timer.interval == periodMs ? 1 : 0;
+        }
+    }
+    return count;
+}
+
+} // namespace
+
+// How a flow gets its port, and how it ends.
+class OAuthLifecycleTest final : public BrowserTest
+{
+    Q_OBJECT
+
+private slots:
+    void otherAddressesAreTried_data();
+    void otherAddressesAreTried();
+    void flowFailsWithoutAnyListener();
+    void secondStartEndsTheFirstInSilence();
+    void secondStartInASignalIsAFlowOfItsOwn();
+    void firstFlowIsDeafUntilItIsGone();
+    void firstFlowsTimerLeavesTheSecondAlone();
+    void timeoutIsTwoMinutes_data();
+    void timeoutIsTwoMinutes();
+    void timeoutClosesTheListener();
+    void earlierSocketIsServedAfterTheTimeout();
+    void timeoutOfAFinishedFlowDoesNothing();
+    void timeoutAfterADestructionDoesNothing();
+    void destructionInTheMiddleOfAFlowIsSafe();
+};
+
+void OAuthLifecycleTest::otherAddressesAreTried_data()
+{
+    QTest::addColumn<QStringList>("refused");
+    QTest::addColumn<QHostAddress>("bound");
+    QTest::newRow("::1") << QStringList{u"127.0.0.1"_s}
+                         << QHostAddress(QHostAddress::LocalHostIPv6);
+    QTest::newRow("any") << QStringList{u"127.0.0.1"_s, u"::1"_s}
+                         << QHostAddress(QHostAddress::Any);
+}
+
+void OAuthLifecycleTest::otherAddressesAreTried()
+{
+    QFETCH(QStringList, refused);
+    QFETCH(QHostAddress, bound);
+    m_server->answerWith({{200, kSession}});
+    const FailingBind failing(refused);
+    QTest::ignoreMessage(QtWarningMsg, "OAuth: failed to bind 127.0.0.1 — trying ::1 ...");
+    if (refused.size() == 2) {
+        QTest::ignoreMessage(QtWarningMsg, "OAuth: failed to bind ::1 — trying any local ...");
+    }
+    const RecordedLog log;
+    const quint16 port = startFlow();
+    QCOMPARE(listener()->serverAddress(), bound);
+    QCOMPARE(listener()->serverPort(), port);
+    QVERIFY(log.lines().contains(
+        "info: OAuth listener bound on 127.0.0.1: "_L1 + QString::number(port)));
+
+    QTcpSocket socket;
+    socket.connectToHost(QHostAddress(QHostAddress::LocalHostIPv6), port);
+    socket.write(get("/callback?code=c"));
+    QVERIFY(QTest::qWaitFor([&]() { return socket.state() == QAbstractSocket::ConnectedState; }));
+    QCOMPARE(readToEnd(socket), kSuccessResponse);
+    QCOMPARE(outcome(), kSuccess);
+}
+
+void OAuthLifecycleTest::flowFailsWithoutAnyListener()
+{
+    const int timers = runningTimers(120000);
+    {
+        const FailingBind failing({u"127.0.0.1"_s, u"::1"_s, u"::"_s, u"0.0.0.0"_s});
+        QTest::ignoreMessage(QtWarningMsg, "OAuth: failed to bind 127.0.0.1 — trying ::1 ...");
+        QTest::ignoreMessage(QtWarningMsg, "OAuth: failed to bind ::1 — trying any local ...");
+        QTest::ignoreMessage(QtCriticalMsg,
+            "OAuth: cannot start any local TCP listener: The address is not available");
+        m_client->startOAuth(u"google"_s);
+        QCOMPARE(m_outcomes,
+            QStringList{u"failed: Cannot start local sign-in listener. Check firewall (allow "
+                        "loopback) or try email/password sign-in."_s});
+        QCOMPARE(m_opened.size(), 0);
+        QCOMPARE(runningTimers(120000), timers);
+    }
+    m_outcomes.clear();
+    m_server->answerWith({{200, kSession}});
+    QCOMPARE(visit(startFlow(), get("/callback?code=c")), kSuccessResponse);
+    QCOMPARE(outcome(), kSuccess);
+}
+
+void OAuthLifecycleTest::secondStartEndsTheFirstInSilence()
+{
+    m_server->answerWith({{200, kSession}});
+    const quint16 firstPort = startFlow();
+    const QByteArray firstChallenge = challenge();
+    const auto early = connectTo(firstPort);
+    QTRY_COMPARE(acceptedSockets(), 1);
+
+    const quint16 secondPort = startFlow();
+    QVERIFY(secondPort != firstPort);
+    QVERIFY(challenge() != firstChallenge);
+    QCOMPARE(readToEnd(*early), ""_ba);
+    QVERIFY(isRefused(firstPort));
+    QTRY_COMPARE(m_client->findChildren<QTcpServer*>().size(), 1);
+    QCOMPARE(m_outcomes, QStringList());
+
+    QCOMPARE(visit(secondPort, get("/callback?code=c")), kSuccessResponse);
+    QCOMPARE(outcome(), kSuccess);
+    const QByteArray verifier = exchangedVerifier(m_server->requests().first());
+    QCOMPARE(challenge(), challengeFor(verifier));
+}
+
+void OAuthLifecycleTest::secondStartInASignalIsAFlowOfItsOwn()
+{
+    m_server->answerWith({{200, kSession}});
+    connect(m_client.get(), &SupabaseAuthClient::authFailed, this,
+        [this]() { m_client->startOAuth(u"github"_s); });
+    QCOMPARE(visit(startFlow(), get("/favicon.ico")), kFailureResponse);
+    QCOMPARE(m_opened.size(), 2);
+    QCOMPARE(visit(redirectPort(), get("/callback?code=c")), kSuccessResponse);
+    QTRY_COMPARE(m_outcomes, (QStringList{kCancelled, kSuccess}));
+}
+
+void OAuthLifecycleTest::firstFlowIsDeafUntilItIsGone()
+{
+    const auto early = connectTo(startFlow());
+    QTRY_COMPARE(acceptedSockets(), 1);
+    QTimer::singleShot(0, m_client.get(), [&]() {
+        m_client->startOAuth(u"github"_s);
+        // In a loop inside of the event that it was started in, nothing is deleted.
+        early->write(get("/callback?code=c"));
+        QEventLoop loop;
+        const auto* socket = m_client->findChild<QTcpSocket*>();
+        connect(socket, &QTcpSocket::readyRead, &loop, &QEventLoop::quit);
+        loop.exec();
+    });
+    QCOMPARE(readToEnd(*early), ""_ba);
+    QCOMPARE(m_outcomes, QStringList());
+    QCOMPARE(m_server->requests().size(), 0);
+    QVERIFY(listener()->isListening());
+}
+
+void OAuthLifecycleTest::firstFlowsTimerLeavesTheSecondAlone()
+{
+    bool ended = false;
+    QTimer::singleShot(0, m_client.get(), [&]() {
+        {
+            const ScopedVariable timeout("TARQ_OAUTH_TIMEOUT_MS", "50");
+            startFlow();
+        }
+        startFlow();
+        // The first listener isn't deleted in here, so its timer still fires.
+        QEventLoop loop;
+        QTimer::singleShot(100, &loop, &QEventLoop::quit);
+        loop.exec();
+        ended = true;
+    });
+    QTRY_VERIFY(ended);
+    QVERIFY(listener()->isListening());
+    QCOMPARE(m_outcomes, QStringList());
+}
+
+void OAuthLifecycleTest::timeoutIsTwoMinutes_data()
+{
+    QTest::addColumn<QByteArray>("variable");
+    QTest::addColumn<int>("periodMs");
+    QTest::newRow("default") << QByteArray() << 120000;
+    QTest::newRow("chosen") << "54000"_ba << 54000;
+    QTest::newRow("zero") << "0"_ba << 120000;
+    QTest::newRow("negative") << "-1"_ba << 120000;
+    QTest::newRow("no number") << "soon"_ba << 120000;
+}
+
+void OAuthLifecycleTest::timeoutIsTwoMinutes()
+{
+    QFETCH(QByteArray, variable);
+    QFETCH(int, periodMs);
+    const ScopedVariable timeout("TARQ_OAUTH_TIMEOUT_MS", variable);
+    const int before = runningTimers(periodMs);
+    startFlow();
+    QCOMPARE(runningTimers(periodMs), before + 1);
+}
+
+void OAuthLifecycleTest::timeoutClosesTheListener()
+{
+    m_server->answerWith({{200, kSession}});
+    quint16 port = 0;
+    {
+        const ScopedVariable timeout("TARQ_OAUTH_TIMEOUT_MS", "50");
+        port = startFlow();
+    }
+    QTest::ignoreMessage(
+        QtWarningMsg, "OAuth: timed out waiting for callback (browser may have been blocked)");
+    QCOMPARE(outcome(), kTimedOut);
+    QVERIFY(isRefused(port));
+    QCOMPARE(m_client->findChildren<QTcpServer*>().size(), 1);
+
+    m_outcomes.clear();
+    QCOMPARE(visit(startFlow(), get("/callback?code=c")), kSuccessResponse);
+    QCOMPARE(outcome(), kSuccess);
+    QCOMPARE(m_client->findChildren<QTcpServer*>().size(), 1);
+}
+
+void OAuthLifecycleTest::earlierSocketIsServedAfterTheTimeout()
+{
+    m_server->answerWith({{200, kSession}});
+    const ScopedVariable timeout("TARQ_OAUTH_TIMEOUT_MS", "1000");
+    const auto early = connectTo(startFlow());
+    QTRY_COMPARE(acceptedSockets(), 1);
+    QTest::ignoreMessage(
+        QtWarningMsg, "OAuth: timed out waiting for callback (browser may have been blocked)");
+    QCOMPARE(outcome(), kTimedOut);
+    early->write(get("/callback?code=c"));
+    QCOMPARE(readToEnd(*early), kSuccessResponse);
+    QTRY_COMPARE(m_outcomes, (QStringList{kTimedOut, kSuccess}));
+}
+
+void OAuthLifecycleTest::timeoutOfAFinishedFlowDoesNothing()
+{
+    constexpr int kTimeoutMs = 1000;
+    const ScopedVariable timeout("TARQ_OAUTH_TIMEOUT_MS", QByteArray::number(kTimeoutMs));
+    m_server->answerWith({{200, kSession}});
+    const quint16 port = startFlow();
+    bool later = false;
+    QTimer::singleShot(kTimeoutMs, this, [&]() { later = true; });
+    QCOMPARE(visit(port, get("/callback?code=c")), kSuccessResponse);
+    QCOMPARE(outcome(), kSuccess);
+    QTRY_VERIFY(later);
+    QCOMPARE(m_outcomes, QStringList{kSuccess});
+}
+
+void OAuthLifecycleTest::timeoutAfterADestructionDoesNothing()
+{
+    const ScopedVariable timeout("TARQ_OAUTH_TIMEOUT_MS", "50");
+    startFlow();
+    bool later = false;
+    QTimer::singleShot(50, this, [&]() { later = true; });
+    m_client.reset();
+    QTRY_VERIFY(later);
+    QCOMPARE(m_outcomes, QStringList());
+}
+
+void OAuthLifecycleTest::destructionInTheMiddleOfAFlowIsSafe()
+{
+    m_server->answerWith({noAnswer()});
+    const quint16 port = startFlow();
+    const auto silent = connectTo(port);
+    const auto unfinished = connectTo(port);
+    unfinished->write("GET /callback?co");
+    QTRY_COMPARE(acceptedSockets(), 2);
+    QCOMPARE(visit(port, get("/callback?code=c")), kSuccessResponse);
+    QTRY_COMPARE(m_server->requests().size(), 1);
+    m_client.reset();
+    QCOMPARE(readToEnd(*silent), ""_ba);
+    QCOMPARE(readToEnd(*unfinished), ""_ba);
+    QCOMPARE(m_outcomes, QStringList());
+}
+
+QTEST_MAIN(OAuthLifecycleTest)
+#include "OAuthLifecycleTest.moc"

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QTcpServer>
+
+class QTcpSocket;
+
+// A part of a multipart/form-data body (RFC 7578).
+struct FormPart {
+    QByteArray headers;
+    QByteArray body;
+};
+
+struct HttpRequest {
+    QByteArray method;
+    QByteArray target;
+    QHash<QByteArray, QByteArray> headers; ///< names in lower case
+    QByteArray body;
+
+    [[nodiscard]] QList<FormPart> formParts() const;
+};
+
+struct HttpAnswer {
+    int status = 200;
+    QByteArray body = {};
+    /// Closes the connection instead of answering.
+    bool drop = false;
+    /// Never answers.
+    bool silent = false;
+    /// Sent as it stands in place of an answer. Then the connection is closed, or silent.
+    QByteArray raw = {};
+};
+
+// A real HTTP/1.1 server, by default on a port of its own: keeps every request, and answers from a
+// list. A request for which no answer was prepared gets a 599, so that it can't go unnoticed.
+class HttpServer final : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit HttpServer(QObject* parent = nullptr, quint16 port = 0);
+
+    [[nodiscard]] QString url() const;
+    [[nodiscard]] const QList<HttpRequest>& requests() const { return m_requests; }
+    void answerWith(const QList<HttpAnswer>& answers) { m_answers = answers; }
+    /// Whether every client has closed its connection. One that is cut off sends its request again.
+    [[nodiscard]] bool isIdle() const { return m_buffers.isEmpty(); }
+    /// Stops listening: connections are refused from now on.
+    void close();
+
+signals:
+    void requestReceived();
+
+private:
+    void readFrom(QTcpSocket* socket);
+    void answer(QTcpSocket* socket);
+
+    QHash<QTcpSocket*, QByteArray> m_buffers;
+    QList<HttpRequest> m_requests;
+    QList<HttpAnswer> m_answers;
+    // Last, so that its sockets, which empty the buffers as they go, go first.
+    QTcpServer m_server;
+};
