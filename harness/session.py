@@ -181,9 +181,13 @@ class Session:
         """The program itself, or a copy where the session's user may not go to it."""
         if self.run(["test", "-x", program], check=False).returncode == 0:
             return program
-        copy = self.root / program.name
-        shutil.copy(program, copy)
-        return self.give(copy)
+        return self.copy_program(program, self.root)
+
+    def copy_program(self, program: Path, directory: Path) -> Path:
+        """A copy of a program, with the modules that it would load from beside it."""
+        for module in program.parent.glob("*.so"):
+            self.give(Path(shutil.copy(module, directory)))
+        return self.give(Path(shutil.copy(program, directory)))
 
     def _make_ground(self) -> None:
         self.home, self.runtime, self.tmp = (self.root / name for name in ("home", "run", "tmp"))

@@ -1,6 +1,7 @@
 """The two kinds of tray that a desktop may have, and the program's icon in them."""
 
 import ctypes
+import re
 import sys
 from pathlib import Path
 
@@ -106,6 +107,7 @@ class EmbeddingTray:
 
     ICON = (12, 12)
     SIZE = (24, 24)
+    TOOL_TIP = 60  # no tool tip is as high
 
     def __init__(self, desktop: VirtualDesktop) -> None:
         self._desktop = desktop
@@ -130,15 +132,23 @@ class EmbeddingTray:
         self._pointer("click", 1)
 
     def open_menu(self) -> "EmbeddingTrayMenu":
-        others = self.windows()
         self.click(button=3)
-        opened = self._desktop.wait_until(lambda: self.windows() - others, "the menu")
-        return EmbeddingTrayMenu(self._desktop, opened.pop())
+        opened = self._desktop.wait_until(
+            lambda: [window for window in self.windows() if self._is_menu(window)], "the menu"
+        )
+        return EmbeddingTrayMenu(self._desktop, opened[0])
 
     def windows(self) -> set[str]:
         """All of the program that shows, with tool tips and menus."""
         search = ["xdotool", "search", "--onlyvisible", "--class", "^Tarq$"]
         return set(self._desktop.run(search, check=False).stdout.split())
+
+    def _is_menu(self, window: str) -> bool:
+        """Of what passes by the window manager, the menu is higher than any tool tip."""
+        # A window that has gone in the meantime makes xwininfo fail.
+        told = self._desktop.run(["xwininfo", "-id", window], check=False).stdout
+        height = re.search(r"Height: (\d+)", told)
+        return "Override Redirect State: yes" in told and int(height[1]) > self.TOOL_TIP
 
     def _pointer(self, *words: object) -> None:
         self._desktop.run(["xdotool", *words])

@@ -1,141 +1,84 @@
-#include "Deployment.h"
-#include "account/SupabaseAuthClient.h"
+// The program itself. A press of a key on Wayland is a start of `tarq-linux --toggle`, which has to
+// be over in an instant, and most of a start went into loading the libraries of the interface.
+// So the running instance lies in a module of its own, which is loaded only where it is needed.
+
 #include "app/CommandLine.h"
-#include "app/Connections.h"
-#include "app/DotEnv.h"
 #include "app/Logging.h"
 #include "app/QuitSignals.h"
-#include "app/SessionLifecycle.h"
-#include "app/SmokeModes.h"
-#include "app/Tray.h"
-#include "app/Windows.h"
+#include "app/RunningInstance.h"
+#include "app/StartUp.h"
 #include "desktop/GlobalHotkeyManager.h"
-#include "desktop/InputFocusMonitor.h"
-#include "dictation/OverlayStateModel.h"
-#include "dictation/TranscriptionPipeline.h"
-#include "storage/HistoryRepository.h"
 #include "storage/SettingsStore.h"
 
 #include <QApplication>
 #include <QDebug>
 #include <QDir>
-#include <QIcon>
-#include <QQmlExtensionPlugin>
-#include <QQuickStyle>
-#include <QQuickWindow>
-#include <QTimer>
+#include <QFile>
+#include <QFileInfo>
 
-Q_IMPORT_QML_PLUGIN(TarqLinuxPlugin)
+#include <dlfcn.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-void setIdentity()
+int toggleRunningInstance()
 {
-    QCoreApplication::setApplicationName(u"Tarq"_s);
-    QCoreApplication::setApplicationVersion(Deployment::kApplicationVersion);
-    QCoreApplication::setOrganizationName(u"Tarq"_s);
-    // Only a quit request ends the process, no closing of a window.
-    QGuiApplication::setQuitOnLastWindowClosed(false);
-    QGuiApplication::setWindowIcon(QIcon(u":/assets/tarq-linux.svg"_s));
-    QQuickStyle::setStyle(u"Basic"_s);
-}
-
-void loadEnvironmentFiles()
-{
-    loadDotEnv(QDir::home().filePath(u".config/Tarq-Linux/.env"_s));
-    loadDotEnv(QCoreApplication::applicationDirPath() + "/.env"_L1);
-}
-
-int toggleRunningInstance(const QString& ipcName)
-{
-    if (GlobalHotkeyManager::sendToggleCommand(ipcName)) {
+    if (GlobalHotkeyManager::sendToggleCommand(kIpcName)) {
         return 0;
     }
     qWarning().noquote() << "No running Tarq instance found.";
     return 1;
 }
 
-// The running application: owns every long-lived service, wires them, and runs the event loop. The
-// order in which they stand is the order in which they may use each other; they die in reverse.
-int runApplication(SettingsStore& settings, const QString& ipcName)
+int runClient(CommandLine::Mode mode, int argc, char* argv[])
 {
-    const QString supabaseUrl = qEnvironmentVariable("SUPABASE_URL");
-    const QString supabaseAnonKey = qEnvironmentVariable("SUPABASE_ANON_KEY");
-    if (supabaseUrl.isEmpty() || supabaseAnonKey.isEmpty()) {
-        qCritical().noquote()
-            << "SUPABASE_URL and SUPABASE_ANON_KEY must be set in environment or .env";
+    installQuitSignals();
+    installMessageHandler();
+    doWithoutDisplay();
+    const QApplication application(argc, argv);
+    setIdentity();
+    loadEnvironmentFiles();
+    SettingsStore settings;
+    prepareSettings(settings);
+
+    if (mode == CommandLine::Mode::Toggle) {
+        return toggleRunningInstance();
+    }
+    logHelp();
+    return 0;
+}
+
+// The module lies beside the program where both were built, and in a directory of its own where
+// they were installed.
+QString modulePath()
+{
+    const QDir here = QFileInfo(QFile::symLinkTarget(u"/proc/self/exe"_s)).dir();
+    const QString beside = here.filePath(QStringLiteral(TARQ_INSTANCE_MODULE));
+    return QFile::exists(beside)
+        ? beside
+        : here.filePath(QStringLiteral(TARQ_MODULE_DIRECTORY "/" TARQ_INSTANCE_MODULE));
+}
+
+int runInstance(int argc, char* argv[])
+{
+    void* const module = dlopen(QFile::encodeName(modulePath()).constData(), RTLD_LAZY);
+    void* const entry = module != nullptr ? dlsym(module, kRunInstanceSymbol) : nullptr;
+    if (entry == nullptr) {
+        installMessageHandler();
+        qWarning().noquote() << "Tarq is not installed completely:" << dlerror();
         return 1;
     }
-
-    SupabaseAuthClient auth(supabaseUrl, supabaseAnonKey);
-    OverlayStateModel overlay;
-    HistoryRepository history(settings.paths().historyFile);
-    InputFocusMonitor focusMonitor;
-    QObject::connect(&focusMonitor, &InputFocusMonitor::inputFocusChanged, &overlay,
-        &OverlayStateModel::setHasInputFocus);
-
-    TranscriptionPipeline pipeline(&overlay, &history, &focusMonitor);
-    connectSettings(settings, overlay, pipeline);
-
-    GlobalHotkeyManager hotkeys;
-    hotkeys.setupIpcServer(ipcName);
-    hotkeys.registerSpacebarHold();
-    connectHotkeys(hotkeys, pipeline);
-
-    Windows windows(settings, auth, overlay, history, pipeline);
-    SessionLifecycle session(settings, auth, overlay, focusMonitor, pipeline, windows);
-    connectWindows(overlay, hotkeys, windows);
-    connectAccountRequests(settings, overlay);
-    buildTray(settings, overlay, windows);
-    windows.showSplash();
-    session.begin();
-
-    return QApplication::exec();
+    return reinterpret_cast<RunInstance*>(entry)(argc, argv);
 }
 
 } // namespace
 
 int main(int argc, char* argv[])
 {
-    installQuitSignals();
-    installMessageHandler();
-    // Our windows have transparent backgrounds, which must be known before the first one exists.
-    QQuickWindow::setDefaultAlphaBuffer(true);
-    QApplication application(argc, argv);
-    setIdentity();
-    loadEnvironmentFiles();
-
-    SettingsStore settings;
-    QString scaffoldError;
-    if (!settings.ensureScaffold(&scaffoldError)) {
-        qWarning().noquote() << scaffoldError;
+    const CommandLine::Mode mode = CommandLine(commandLineWords(argc, argv)).mode();
+    if (mode == CommandLine::Mode::Help || mode == CommandLine::Mode::Toggle) {
+        return runClient(mode, argc, argv);
     }
-    QTimer::singleShot(0, &application, [&settings]() { settings.cleanStaleCacheFiles(); });
-
-    const CommandLine commandLine(QCoreApplication::arguments());
-    const QString ipcName = u"tarq-linux-ipc"_s;
-    switch (commandLine.mode()) {
-    case CommandLine::Mode::Help:
-        logHelp();
-        return 0;
-    case CommandLine::Mode::Toggle:
-        return toggleRunningInstance(ipcName);
-    case CommandLine::Mode::SessionSmoke:
-        return runSessionSmoke();
-    case CommandLine::Mode::AmplitudeSmoke:
-        return runAmplitudeSmoke(commandLine);
-    case CommandLine::Mode::RecordingWaveSmoke:
-        return runRecordingWaveSmoke(commandLine);
-    case CommandLine::Mode::AudioSmoke:
-        return runAudioSmoke(commandLine);
-    case CommandLine::Mode::Run:
-        break;
-    }
-    if (GlobalHotkeyManager::sendShowHistoryCommand(ipcName)) {
-        // A first instance answered; it shows its history, and this one has nothing left to do.
-        return 0;
-    }
-    return runApplication(settings, ipcName);
+    return runInstance(argc, argv);
 }

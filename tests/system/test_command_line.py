@@ -1,6 +1,6 @@
 """The options that end at once, and what they print."""
 
-import shutil
+import signal
 import unittest
 
 from tests.system.support import DAY_S, DEFAULT_FILES, NO_INSTANCE, CommandLineTestCase
@@ -63,6 +63,56 @@ class HelpTest(CommandLineTestCase):
             with self.subTest(argument):
                 self.check(self.run_tarq(argument))
         self.assertEqual(self.end_tarq(running), [])
+
+
+class WithoutDisplayTest(CommandLineTestCase):
+    """What shows nothing needs no display, unless the user insists on a platform."""
+
+    def setUp(self) -> None:
+        super().setUp()
+        for name in ("QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"):
+            self.session.env.pop(name, None)
+
+    def test_one_shot_options_need_none(self):
+        self.check(self.run_tarq("--help"), stderr=HELP)
+        self.check(self.run_tarq("--toggle"), status=1, stderr=NO_INSTANCE)
+        for option in ("--session-smoke", "--amplitude-smoke", "--recording-wave-smoke"):
+            with self.subTest(option):
+                done = self.run_tarq(option)
+                self.assertEqual(done.returncode, 0, done.stderr)
+
+    def test_toggle_reaches_the_instance_that_has_one(self):
+        running = self.start_tarq(env={**self.CONFIGURED, "QT_QPA_PLATFORM": "offscreen"})
+        self.check(self.run_tarq("--toggle"))
+        self.assertEqual(self.end_tarq(running), [])
+
+    def test_chosen_platform_is_used(self):
+        for option in ("--toggle", "--session-smoke"):
+            with self.subTest(option):
+                done = self.run_tarq(option, env={"QT_QPA_PLATFORM": "xcb"})
+                self.assertEqual(done.returncode, -signal.SIGABRT, done.stderr)
+                self.assertIn("could not connect to display", done.stderr)
+
+
+class InstallationTest(CommandLineTestCase):
+    MODULE = "tarq-instance.so"
+
+    def test_client_loads_nothing_of_the_interface(self):
+        """Loading it would take longer than all the rest."""
+        done = self.run_tarq("--toggle", env={"LD_DEBUG": "files"})
+        self.assertIn("libQt6Widgets", done.stderr)
+        for library in ("libQt6Qml", "libQt6Quick", self.MODULE):
+            self.assertNotIn(library, done.stderr)
+
+    def test_missing_module_is_told(self):
+        self.program = self.session.copy_program(self.program, self.session.root)
+        (self.session.root / self.MODULE).unlink()
+        done = self.run_tarq()
+        self.assertEqual(done.returncode, 1)
+        self.assertRegex(
+            done.stderr, rf"^\[1\] Tarq is not installed completely: .*{self.MODULE}.* \(\?:0\)\n$"
+        )
+        self.check(self.run_tarq("--help"), stderr=HELP)
 
 
 class ToggleTest(CommandLineTestCase):
@@ -131,7 +181,7 @@ class EnvironmentFileTest(CommandLineTestCase):
     def setUp(self) -> None:
         super().setUp()
         # A copy, so that a file can be put beside the binary.
-        self.program = shutil.copy(self.program, self.session.root)
+        self.program = self.session.copy_program(self.program, self.session.root)
         self.beside = self.session.root / ".env"
         self.in_config = self.config / ".env"
 

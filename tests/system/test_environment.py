@@ -1,6 +1,5 @@
 """Which value of a variable counts, seen by where the recordings are sent."""
 
-import shutil
 import unittest
 
 from harness.tarq import Tarq
@@ -24,7 +23,7 @@ class PrecedenceTest(TarqTestCase):
         # A copy, so that a file can be put beside the binary.
         directory = self.desktop.root / "bin"
         directory.mkdir()
-        program = shutil.copy(self.tarq.program, directory)
+        program = self.desktop.copy_program(self.tarq.program, directory)
         self.tarq = Tarq(self.desktop, program, self.backend)
         self.tarq.sign_in()
         (self.tarq.config / ".env").write_text(in_config)

@@ -1,0 +1,113 @@
+#include "app/RunningInstance.h"
+
+#include "account/SupabaseAuthClient.h"
+#include "app/CommandLine.h"
+#include "app/Connections.h"
+#include "app/Logging.h"
+#include "app/QuitSignals.h"
+#include "app/SessionLifecycle.h"
+#include "app/SmokeModes.h"
+#include "app/StartUp.h"
+#include "app/Tray.h"
+#include "app/Windows.h"
+#include "desktop/GlobalHotkeyManager.h"
+#include "desktop/InputFocusMonitor.h"
+#include "dictation/OverlayStateModel.h"
+#include "dictation/TranscriptionPipeline.h"
+#include "storage/HistoryRepository.h"
+#include "storage/SettingsStore.h"
+
+#include <QApplication>
+#include <QDebug>
+#include <QIcon>
+#include <QQmlExtensionPlugin>
+#include <QQuickStyle>
+#include <QQuickWindow>
+#include <QTimer>
+
+Q_IMPORT_QML_PLUGIN(TarqLinuxPlugin)
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// The running application: owns every long-lived service, wires them, and runs the event loop. The
+// order in which they stand is the order in which they may use each other; they die in reverse.
+int runApplication(SettingsStore& settings)
+{
+    const QString supabaseUrl = qEnvironmentVariable("SUPABASE_URL");
+    const QString supabaseAnonKey = qEnvironmentVariable("SUPABASE_ANON_KEY");
+    if (supabaseUrl.isEmpty() || supabaseAnonKey.isEmpty()) {
+        qCritical().noquote()
+            << "SUPABASE_URL and SUPABASE_ANON_KEY must be set in environment or .env";
+        return 1;
+    }
+
+    SupabaseAuthClient auth(supabaseUrl, supabaseAnonKey);
+    OverlayStateModel overlay;
+    HistoryRepository history(settings.paths().historyFile);
+    InputFocusMonitor focusMonitor;
+    QObject::connect(&focusMonitor, &InputFocusMonitor::inputFocusChanged, &overlay,
+        &OverlayStateModel::setHasInputFocus);
+
+    TranscriptionPipeline pipeline(&overlay, &history, &focusMonitor);
+    connectSettings(settings, overlay, pipeline);
+
+    GlobalHotkeyManager hotkeys;
+    hotkeys.setupIpcServer(kIpcName);
+    hotkeys.registerSpacebarHold();
+    connectHotkeys(hotkeys, pipeline);
+
+    Windows windows(settings, auth, overlay, history, pipeline);
+    SessionLifecycle session(settings, auth, overlay, focusMonitor, pipeline, windows);
+    connectWindows(overlay, hotkeys, windows);
+    connectAccountRequests(settings, overlay);
+    buildTray(settings, overlay, windows);
+    windows.showSplash();
+    session.begin();
+
+    return QApplication::exec();
+}
+
+} // namespace
+
+int tarqRunInstance(int argc, char* argv[])
+{
+    installQuitSignals();
+    installMessageHandler();
+    // Our windows have transparent backgrounds, which must be known before the first one exists.
+    QQuickWindow::setDefaultAlphaBuffer(true);
+    if (CommandLine(commandLineWords(argc, argv)).mode() != CommandLine::Mode::Run) {
+        doWithoutDisplay();
+    }
+    QApplication application(argc, argv);
+    setIdentity();
+    QGuiApplication::setWindowIcon(QIcon(u":/assets/tarq-linux.svg"_s));
+    QQuickStyle::setStyle(u"Basic"_s);
+    loadEnvironmentFiles();
+
+    SettingsStore settings;
+    prepareSettings(settings);
+    QTimer::singleShot(0, &application, [&settings]() { settings.cleanStaleCacheFiles(); });
+
+    const CommandLine commandLine(QCoreApplication::arguments());
+    switch (commandLine.mode()) {
+    case CommandLine::Mode::SessionSmoke:
+        return runSessionSmoke();
+    case CommandLine::Mode::AmplitudeSmoke:
+        return runAmplitudeSmoke(commandLine);
+    case CommandLine::Mode::RecordingWaveSmoke:
+        return runRecordingWaveSmoke(commandLine);
+    case CommandLine::Mode::AudioSmoke:
+        return runAudioSmoke(commandLine);
+    case CommandLine::Mode::Help: // over before this module is loaded, like the next
+    case CommandLine::Mode::Toggle:
+    case CommandLine::Mode::Run:
+        break;
+    }
+    if (GlobalHotkeyManager::sendShowHistoryCommand(kIpcName)) {
+        // A first instance answered; it shows its history, and this one has nothing left to do.
+        return 0;
+    }
+    return runApplication(settings);
+}

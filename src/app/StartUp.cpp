@@ -1,0 +1,52 @@
+#include "app/StartUp.h"
+
+#include "Deployment.h"
+#include "app/DotEnv.h"
+#include "storage/SettingsStore.h"
+
+#include <QCoreApplication>
+#include <QDebug>
+#include <QDir>
+#include <QGuiApplication>
+
+using namespace Qt::StringLiterals;
+
+QStringList commandLineWords(int argc, char* argv[])
+{
+    QStringList words;
+    for (int i = 0; i < argc; ++i) {
+        words.append(QString::fromLocal8Bit(argv[i]));
+    }
+    return words;
+}
+
+void doWithoutDisplay()
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        // The second is for a Qt that was built without the first.
+        qputenv("QT_QPA_PLATFORM", "minimal;xcb");
+    }
+}
+
+void setIdentity()
+{
+    QCoreApplication::setApplicationName(u"Tarq"_s);
+    QCoreApplication::setApplicationVersion(Deployment::kApplicationVersion);
+    QCoreApplication::setOrganizationName(u"Tarq"_s);
+    // Only a quit request ends the process, no closing of a window.
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+}
+
+void loadEnvironmentFiles()
+{
+    loadDotEnv(QDir::home().filePath(u".config/Tarq-Linux/.env"_s));
+    loadDotEnv(QCoreApplication::applicationDirPath() + "/.env"_L1);
+}
+
+void prepareSettings(SettingsStore& settings)
+{
+    QString error;
+    if (!settings.ensureScaffold(&error)) {
+        qWarning().noquote() << error;
+    }
+}
