@@ -1,82 +1,89 @@
-#!/usr/bin/python3
-"""How long short-lived processes take, and how soon a start is ready.
+"""How long short-lived processes take, and how soon a start shows the bubble."""
 
-Runs on a virtual desktop: python3 bench/startup.py BUILD_DIR
-"""
-
-import os
-import statistics
 import subprocess
-import sys
 import time
 from pathlib import Path
 
-sys.path.insert(0, str(Path(__file__).resolve().parents[1]))
-
-from harness.backend import Backend
+from bench.bed import Bed
+from bench.row import Row, medians_in_turns
 from harness.desktop import VirtualDesktop
-from harness.tarq import Tarq
 
-ROUNDS = 100
+# Qt then writes a line for each frame of each window.
+FRAME_LOG = {"QT_LOGGING_RULES": "qt.scenegraph.time.renderloop.debug=true"}
+FRAME = "rame rendered"
 
 
-def milliseconds(argv: list[str], env: dict[str, str]) -> float:
+def to_the_end(argv: list[object], env: dict[str, str]) -> float:
     begin = time.perf_counter()
-    subprocess.call(argv, env=env, stderr=subprocess.DEVNULL)
+    subprocess.call(
+        [str(word) for word in argv], env=env, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL
+    )
     return (time.perf_counter() - begin) * 1000
 
 
-def report(name: str, samples: list[float]) -> None:
-    low, high = statistics.quantiles(samples, n=20)[0], statistics.quantiles(samples, n=20)[-1]
-    print(f"{name:<34} {statistics.median(samples):7.2f} ms   (5% {low:.2f}, 95% {high:.2f})")
-
-
-def compare_clients(build: Path, env: dict[str, str]) -> None:
-    commands = {
-        "bare QApplication": [str(build / "bin/bare-application")],
-        "--toggle with no instance": [str(build / "bin/tarq-linux"), "--toggle"],
-    }
-    samples: dict[str, list[float]] = {name: [] for name in commands}
-    for _ in range(ROUNDS):  # in turns, so that both meet the same moods of the machine
-        for name, argv in commands.items():
-            samples[name].append(milliseconds(argv, env))
-    for name, times in samples.items():
-        report(name, times)
-    floor, toggle = (statistics.median(times) for times in samples.values())
-    print(f"{'ratio':<34} {toggle / floor:7.2f}")
-
-
-def first_turn(tarq: Tarq, env: dict[str, str]) -> float:
-    """From exec to the first turn of the event loop, in which old recordings are swept."""
-    stale = tarq.cache / "tarq-linux-stale.wav"
-    stale.parent.mkdir(parents=True, exist_ok=True)
-    stale.touch()
-    os.utime(stale, (0, 0))
+def to_the_word(argv: list[object], env: dict[str, str], word: str) -> float:
+    """Until the word is seen in the log; the process is killed then."""
     begin = time.perf_counter()
-    process = subprocess.Popen([str(tarq.program)], env=env, stderr=subprocess.DEVNULL)
-    while stale.exists():
-        time.sleep(0.0002)
-    elapsed = (time.perf_counter() - begin) * 1000
-    process.terminate()
-    process.wait()
+    process = subprocess.Popen(
+        [str(each) for each in argv], env=env, stderr=subprocess.PIPE, text=True
+    )
+    for line in process.stderr:
+        if word in line:
+            elapsed = (time.perf_counter() - begin) * 1000
+            break
+    process.kill()  # a request to quit is lost before the event loop runs
+    process.communicate()
     return elapsed
 
 
-def main() -> None:
-    build = Path(sys.argv[1]).resolve()
+def compare_clients(bed: Bed) -> list[Row]:
+    desktop = bed.desktop
+    desktop.spawn(["copyq", "--start-server"])
+    client = ["copyq", "eval", "1"]
+    desktop.wait_until(
+        lambda: desktop.run(client, check=False).returncode == 0, "the CopyQ server"
+    )
+    # As somebody's key binding starts them: without the platform that the harness chooses.
+    env = {name: value for name, value in desktop.env.items() if name != "QT_QPA_PLATFORM"}
+    tarq = bed.tarq.program
+    medians = medians_in_turns(
+        100,
+        floor=lambda: to_the_end([bed.build / "bin/bare-application"], env),
+        light=lambda: to_the_end([bed.build / "bin/light-application"], env),
+        copyq=lambda: to_the_end(client, env),
+        toggle=lambda: to_the_end([tarq, "--toggle"], env),
+        help=lambda: to_the_end([tarq, "--help"], env),
+    )
+    return [
+        Row("--toggle, whole process", medians["toggle"], "ms", medians[floor], floor_is)
+        for floor, floor_is in (
+            ("floor", "bare QApplication, linked with the same libraries as Tarq"),
+            ("light", "bare QApplication that links Qt Widgets alone"),
+            ("copyq", "the CopyQ client"),
+        )
+    ] + [Row("--help, whole process", medians["help"], "ms", medians["floor"], "the first of them")]
+
+
+def compare_windows(bed: Bed) -> list[Row]:
+    env = bed.desktop.env | bed.tarq.environment() | FRAME_LOG
+    program = [bed.tarq.program]
+    medians = medians_in_turns(
+        20,
+        floor=lambda: to_the_word([bed.build / "bin/bare-window"], env, FRAME),
+        ready=lambda: to_the_word(program, env, "Super+Space"),
+        frame=lambda: to_the_word(program, env, FRAME),
+    )
+    floor_is = "bare Qt Quick window, first frame"
+    return [
+        Row("start to the hotkey's readiness", medians["ready"], "ms", medians["floor"], floor_is),
+        Row("start to the first frame", medians["frame"], "ms", medians["floor"], floor_is),
+    ]
+
+
+def measure(build: Path) -> list[Row]:
     with VirtualDesktop() as desktop:
-        backend = Backend(desktop)
-        env = desktop.env | {
-            "SUPABASE_URL": backend.url,
-            "SUPABASE_ANON_KEY": "any",
-            "WORKER_URL": backend.url,
-        }
-        compare_clients(build, env)
-        tarq = Tarq(desktop, build / "bin/tarq-linux", backend)
-        report("first loop turn, signed out", [first_turn(tarq, env) for _ in range(30)])
-        tarq.sign_in()
-        report("first loop turn, signed in", [first_turn(tarq, env) for _ in range(30)])
-
-
-if __name__ == "__main__":
-    main()
+        bed = Bed(build, desktop)
+        rows = compare_windows(bed)
+        # The clients' answer is a running instance's: as soon as it has one, it is done.
+        bed.start()
+        return compare_clients(bed) + rows

@@ -49,8 +49,13 @@ class Bubble:
     def wait_alone(self) -> None:
         """Wait until nothing else of the program shows, such as the splash at a start."""
         self._desktop.wait_until(
-            lambda: self._windows() == [self.window], "the bubble to be the only window"
+            lambda: self.windows() == [self.window], "the bubble to be the only window"
         )
+
+    def windows(self) -> list[str]:
+        """All of the program's that show."""
+        search = ["xdotool", "search", "--onlyvisible", "--pid", self._pid]
+        return self._desktop.run(search, check=False).stdout.split()
 
     def property(self, name: str) -> str:
         """The value of a window property, as xprop writes it."""
@@ -84,13 +89,9 @@ class Bubble:
         opened = self._desktop.wait_until(lambda: self._window_of(Menu.SIZE), "the menu")
         return Menu(self._desktop, opened)
 
-    def _windows(self) -> list[str]:
-        search = ["xdotool", "search", "--onlyvisible", "--pid", self._pid]
-        return self._desktop.run(search, check=False).stdout.split()
-
     def _window_of(self, size: tuple[int, int]) -> str | None:
         """The program's visible window of this size."""
-        for window in self._windows():
+        for window in self.windows():
             with contextlib.suppress(AssertionError):  # some go by themselves
                 at = geometry_of(self._desktop, window)
                 if (at.width, at.height) == size:

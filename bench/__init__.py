@@ -1,0 +1,1 @@
+"""The benchmarks: what Tarq costs, beside the least that it could cost."""
