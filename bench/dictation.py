@@ -42,7 +42,7 @@ class StopWatchWorker:
             threading.Thread(target=self._serve, args=[connection], daemon=True).start()
 
     def _serve(self, connection: socket.socket) -> None:
-        while received := connection.recv(65536):
+        while received := received_from(connection):
             first = time.perf_counter()
             while b"\r\n\r\n" not in received:
                 received += connection.recv(65536)
@@ -58,6 +58,14 @@ class StopWatchWorker:
             connection.sendall(REPLY)
             self.first_bytes.append(first)
             self.answers.append(time.perf_counter())
+
+
+def received_from(connection: socket.socket) -> bytes:
+    """What came next; nothing at the end, even if it is a rude one."""
+    try:
+        return connection.recv(65536)
+    except ConnectionError:
+        return b""
 
 
 class Keys:
@@ -135,7 +143,8 @@ def measure(build: Path) -> list[Row]:
         keys = Keys(desktop)
         uploads = [bare_upload(worker) for _ in range(ROUNDS)]
         presses = [bare_key_press(bed, keys) for _ in range(ROUNDS)]
-        bed.start(env={"WORKER_URL": worker.url})
+        # A pressed key repeats on this server, and is seen as released each time otherwise.
+        bed.start(env={"WORKER_URL": worker.url, "TARQ_X11_DETECTABLE_REPEAT": "1"})
         rounds = [seconds_to_upload_and_paste(bed, worker, keys) for _ in range(ROUNDS)]
         keys.stop()
     to_upload, to_paste = (statistics.median(column) * 1000 for column in zip(*rounds))
