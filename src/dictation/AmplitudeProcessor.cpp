@@ -30,33 +30,72 @@ float absoluteValue(const QAudioFormat& format, const void* sample)
 // The conversion of an integer sample rises with the sample, so the largest absolute value belongs
 // to the lowest or the highest one. Finding these two is a loop over integers that vectorizes;
 // converting every sample is not.
-template <typename Sample>
-float largestInteger(const char* pcm, qsizetype count, const QAudioFormat& format)
-{
+template <typename Sample> struct IntegerExtremes {
     Sample lowest = std::numeric_limits<Sample>::max();
     Sample highest = std::numeric_limits<Sample>::min();
-    for (qsizetype i = 0; i < count; ++i) {
-        const auto sample = sampleAt<Sample>(pcm, i);
+
+    void add(Sample sample)
+    {
         lowest = std::min(lowest, sample);
         highest = std::max(highest, sample);
     }
-    // Copies, since variables whose address is taken keep GCC from vectorizing the loop.
-    const Sample extremes[] = {lowest, highest};
-    return std::max(absoluteValue(format, &extremes[0]), absoluteValue(format, &extremes[1]));
-}
+    void add(const IntegerExtremes& other)
+    {
+        lowest = std::min(lowest, other.lowest);
+        highest = std::max(highest, other.highest);
+    }
+};
 
 // Without its sign bit, a float (IEEE 754) compares like the integer with the same bits. What lies
 // above infinity is no number, and doesn't count.
+struct FloatExtreme {
+    qint32 magnitude = 0;
+
+    void add(qint32 bits)
+    {
+        constexpr qint32 kMagnitudeMask = 0x7fffffff;
+        constexpr qint32 kInfinity = 0x7f800000;
+        const qint32 other = bits & kMagnitudeMask;
+        magnitude = std::max(magnitude, other > kInfinity ? 0 : other);
+    }
+    void add(const FloatExtreme& other) { magnitude = std::max(magnitude, other.magnitude); }
+};
+
+// Goes through the four quarters of a block side by side: in a single row each comparison would
+// wait for the one before.
+template <typename Extreme, typename Sample> Extreme extremeOf(const char* pcm, qsizetype count)
+{
+    Extreme first;
+    Extreme second;
+    Extreme third;
+    Extreme fourth;
+    const qsizetype quarter = count / 4;
+    for (qsizetype i = 0; i < quarter; ++i) {
+        first.add(sampleAt<Sample>(pcm, i));
+        second.add(sampleAt<Sample>(pcm, i + quarter));
+        third.add(sampleAt<Sample>(pcm, i + 2 * quarter));
+        fourth.add(sampleAt<Sample>(pcm, i + 3 * quarter));
+    }
+    for (qsizetype i = 4 * quarter; i < count; ++i) {
+        first.add(sampleAt<Sample>(pcm, i));
+    }
+    third.add(fourth);
+    first.add(second);
+    first.add(third);
+    return first;
+}
+
+template <typename Sample>
+float largestInteger(const char* pcm, qsizetype count, const QAudioFormat& format)
+{
+    const auto extremes = extremeOf<IntegerExtremes<Sample>, Sample>(pcm, count);
+    return std::max(
+        absoluteValue(format, &extremes.lowest), absoluteValue(format, &extremes.highest));
+}
+
 float largestFloat(const char* pcm, qsizetype count, const QAudioFormat& format)
 {
-    constexpr qint32 kMagnitudeMask = 0x7fffffff;
-    constexpr qint32 kInfinity = 0x7f800000;
-    qint32 largest = 0;
-    for (qsizetype i = 0; i < count; ++i) {
-        const qint32 magnitude = sampleAt<qint32>(pcm, i) & kMagnitudeMask;
-        largest = std::max(largest, magnitude > kInfinity ? 0 : magnitude);
-    }
-    const auto sample = std::bit_cast<float>(largest);
+    const auto sample = std::bit_cast<float>(extremeOf<FloatExtreme, qint32>(pcm, count).magnitude);
     return absoluteValue(format, &sample);
 }
 
