@@ -117,8 +117,11 @@ def seconds_to_upload_and_paste(bed: Bed, worker: StopWatchWorker, keys: Keys) -
     return upload - released, pasted - answer
 
 
-def bare_key_press(bed: Bed, keys: Keys) -> float:
+def bare_paste(bed: Bed, keys: Keys) -> float:
+    """What the two tools take by themselves; the first looks for its success every 30 ms."""
+    window = bed.desktop.window_of(bed.editor.process.pid)
     begin = time.perf_counter()
+    bed.desktop.run(["xdotool", "windowactivate", "--sync", window])
     bed.desktop.run(["xdotool", "key", "--clearmodifiers", "ctrl+v"])
     return keys.wait("KeyPress", "v") - begin
 
@@ -142,7 +145,7 @@ def measure(build: Path) -> list[Row]:
         worker = StopWatchWorker()
         keys = Keys(desktop)
         uploads = [bare_upload(worker) for _ in range(ROUNDS)]
-        presses = [bare_key_press(bed, keys) for _ in range(ROUNDS)]
+        pastes = [bare_paste(bed, keys) for _ in range(ROUNDS)]
         # A pressed key repeats on this server, and is seen as released each time otherwise.
         bed.start(env={"WORKER_URL": worker.url, "TARQ_X11_DETECTABLE_REPEAT": "1"})
         rounds = [seconds_to_upload_and_paste(bed, worker, keys) for _ in range(ROUNDS)]
@@ -160,7 +163,7 @@ def measure(build: Path) -> list[Row]:
             f"answer to paste key, beyond {FIXED_WAITS_MS} ms of waits",
             to_paste - FIXED_WAITS_MS,
             "ms",
-            statistics.median(presses) * 1000,
-            "xdotool alone, from its start to the key",
+            statistics.median(pastes) * 1000,
+            "xdotool alone: raise the window, press the key",
         ),
     ]

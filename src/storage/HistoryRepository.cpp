@@ -96,7 +96,11 @@ HistoryRepository::HistoryRepository(const QString& filePath, QObject* parent)
 
 QVariantList HistoryRepository::entriesAsVariant() const
 {
-    return searchEntries({});
+    QVariantList all;
+    for (const HistoryEntry& entry : m_entries) {
+        all.append(toVariantMap(entry));
+    }
+    return all;
 }
 
 void HistoryRepository::add(const QString& text)
@@ -110,8 +114,7 @@ void HistoryRepository::add(const QString& text)
     while (m_entries.size() > kMaxEntries) {
         m_entries.removeLast();
     }
-    persist();
-    emit historyChanged();
+    handleChange();
 }
 
 void HistoryRepository::removeEntry(double id)
@@ -121,8 +124,7 @@ void HistoryRepository::removeEntry(double id)
         return entry.id == wanted;
     };
     if (m_entries.removeIf(hasId) > 0) {
-        persist();
-        emit historyChanged();
+        handleChange();
     }
 }
 
@@ -132,8 +134,7 @@ void HistoryRepository::clearAll()
         return;
     }
     m_entries.clear();
-    persist();
-    emit historyChanged();
+    handleChange();
 }
 
 void HistoryRepository::copyToClipboard(const QString& text)
@@ -146,10 +147,18 @@ void HistoryRepository::copyToClipboard(const QString& text)
 QVariantList HistoryRepository::searchEntries(const QString& needle) const
 {
     const QString wanted = needle.trimmed().toLower();
+    if (wanted.isEmpty()) {
+        return entriesAsVariant();
+    }
+    if (m_lowerCasedTexts.isEmpty()) {
+        for (const HistoryEntry& entry : m_entries) {
+            m_lowerCasedTexts.append(entry.text.toLower());
+        }
+    }
     QVariantList found;
-    for (const HistoryEntry& entry : m_entries) {
-        if (wanted.isEmpty() || entry.text.toLower().contains(wanted)) {
-            found.append(toVariantMap(entry));
+    for (qsizetype i = 0; i < m_entries.size(); ++i) {
+        if (m_lowerCasedTexts.at(i).contains(wanted)) {
+            found.append(toVariantMap(m_entries.at(i)));
         }
     }
     return found;
@@ -201,4 +210,11 @@ void HistoryRepository::persist() const
     }
     const QJsonDocument document(QJsonObject{{kEntries, array}});
     writeJsonFile(m_filePath, document.toJson(QJsonDocument::Indented), nullptr);
+}
+
+void HistoryRepository::handleChange()
+{
+    m_lowerCasedTexts.clear();
+    persist();
+    emit historyChanged();
 }

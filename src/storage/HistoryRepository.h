@@ -3,6 +3,7 @@
 #include <QList>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <QVariantList>
 
 struct HistoryEntry {
@@ -47,7 +48,11 @@ signals:
 private:
     void load();
     void persist() const;
+    void handleChange();
 
     const QString m_filePath;
     QList<HistoryEntry> m_entries;
+    /// The texts of all entries for searching: made by the first search after a change, since each
+    /// key in the search field is one.
+    mutable QStringList m_lowerCasedTexts;
 };

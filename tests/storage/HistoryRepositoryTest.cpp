@@ -34,6 +34,7 @@ private slots:
     void searchFindsAnywhereInAnyCase_data();
     void searchFindsAnywhereInAnyCase();
     void searchGivesTheMapsInListOrder();
+    void searchSeesEveryChange();
     void copyGoesToTheClipboardAsItIs();
     void qmlSeesTwoPropertiesAndFiveOperations();
 
@@ -254,6 +255,22 @@ void HistoryRepositoryTest::searchFindsAnywhereInAnyCase()
     history.add(u"a.*b %1"_s);
     QTEST(textsOf(history.searchEntries(needle)), "found");
     QCOMPARE(history.count(), 3);
+}
+
+void HistoryRepositoryTest::searchSeesEveryChange()
+{
+    HistoryRepository history(m_path);
+    history.add(u"One"_s);
+    QCOMPARE(textsOf(history.searchEntries(u"o"_s)), QStringList{u"One"_s});
+    history.add(u"Two"_s);
+    QCOMPARE(textsOf(history.searchEntries(u"o"_s)), (QStringList{u"Two"_s, u"One"_s}));
+    history.clearAll();
+    QCOMPARE(textsOf(history.searchEntries(u"o"_s)), QStringList());
+    history.add(u"Three"_s);
+    QCOMPARE(textsOf(history.searchEntries(u"o"_s)), QStringList());
+    QCOMPARE(textsOf(history.searchEntries(u"E"_s)), QStringList{u"Three"_s});
+    history.removeEntry(static_cast<double>(history.list().constFirst().id));
+    QCOMPARE(textsOf(history.searchEntries(u"e"_s)), QStringList());
 }
 
 void HistoryRepositoryTest::searchGivesTheMapsInListOrder()
