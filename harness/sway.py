@@ -74,8 +74,8 @@ class SwaySession(Session):
         pointer = self.spawn([sys.executable, self.reachable(POINTER)], name="pointer")
         pointer.wait_for_line("^plugged in$")
 
-    def click(self, x: int, y: int) -> None:
-        steps = [f"set {x} {y}", "press button1", "release button1"]
+    def click(self, x: int, y: int, button: int = 1) -> None:
+        steps = [f"set {x} {y}", f"press button{button}", f"release button{button}"]
         self.run(["swaymsg", ", ".join(f"seat - cursor {step}" for step in steps)])
 
     def screenshot(self, path: Path | str) -> None:

@@ -10,6 +10,7 @@ the user's guide recommends.
 
 import unittest
 
+from harness.picture import Picture
 from harness.sway import SwaySession
 from wayland import WaylandTestCase, from_guide
 
@@ -19,6 +20,10 @@ ANSWER_DELAY_MS = 2000
 # What sway makes of 88 and 36 hundredths of its screen, and the bubble's own size.
 RULED_PLACE = {"x": 1126, "y": 288, "width": 138, "height": 110}
 BUBBLE_CENTRE = (1195, 343)
+
+# In the first row of the bubble's menu, beside the text, and its background.
+MENU_POINT = (1150, 364)
+MENU_COLOUR = (0x1A, 0x1E, 0x2E)
 
 
 class WaylandTest(WaylandTestCase):
@@ -153,6 +158,21 @@ class RuledWaylandTest(WaylandTestCase):
         self.click_bubble()
         self.desktop.click(100, 400)
         self.editor.wait_for_text("clicked back")
+
+    def test_escape_closes_the_menu(self):
+        self.desktop.plug_in_pointer()
+        self.start_tarq()
+        self.start_recording()  # while it runs the bubble doesn't hide
+        self.assertFalse(self.menu_is_open())
+        self.desktop.click(*BUBBLE_CENTRE, button=3)
+        self.desktop.wait_until(self.menu_is_open, "the menu")
+        self.desktop.press("Escape")
+        self.desktop.wait_until(lambda: not self.menu_is_open(), "the end of the menu")
+
+    def menu_is_open(self) -> bool:
+        screenshot = self.desktop.root / "menu.png"
+        self.desktop.screenshot(screenshot)
+        return Picture(screenshot).pixel(*MENU_POINT) == MENU_COLOUR
 
 
 class XwaylandTest(WaylandTestCase):
