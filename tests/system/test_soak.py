@@ -18,10 +18,10 @@ SAMPLES = 10
 
 HISTORY_KEEPS = 100
 
-# Of resident memory, from the first sample to the last. What is in use doesn't grow (malloc_info
-# says), but the software renderer's heap keeps freed blocks of a MiB, and the heap of the
-# interface's scripts swings between its collections: a thousand dictations were seen to end three
-# MiB above the start. A recording left behind with each of them would be thirty or more.
+# Of resident memory, from the first sample to the last. What is in use doesn't grow (so says
+# malloc_info), but the heap of a drawing thread keeps freed blocks of a MiB, and the interface's
+# scripts have one that swings by half a MiB between collections: a thousand dictations were seen
+# to end four MiB above the start. A recording left behind with each would be thirty or more.
 GROWTH_LIMIT_KIB = 8 * 1024
 
 
