@@ -3,20 +3,23 @@
 import json
 import os
 import pwd
+import sys
 from pathlib import Path
 
-from harness.process import User
+from harness.process import Process, User
 from harness.session import Session
 
 # The readiness line comes from sway itself, once the configuration has been run.
 CONFIG = """\
-xwayland disable
+xwayland {xwayland}
 output HEADLESS-1 resolution 1280x800 background #3d5a73 solid_color
 default_border normal
 focus_follows_mouse no
 focus_on_window_activation focus
-exec echo "ready on $WAYLAND_DISPLAY"
+exec echo "ready on $WAYLAND_DISPLAY, $DISPLAY"
 """
+
+POINTER = Path(__file__).with_name("wayland_pointer.py")
 
 # Longer than any session. A seat without a keyboard gets none of the keys that are
 # typed before the focused window has met the new keyboard, so one stays plugged in.
@@ -32,14 +35,19 @@ def unprivileged_user() -> User | None:
 
 
 class SwaySession(Session):
-    """A headless Wayland compositor; everything in it runs as an unprivileged user."""
+    """A headless Wayland compositor; everything in it runs as an unprivileged user.
 
-    def __init__(self, *, dbus: bool = True) -> None:
+    With xwayland it runs X11 programs, too.
+    """
+
+    def __init__(self, *, dbus: bool = True, xwayland: bool = False) -> None:
         super().__init__(dbus=dbus, user=unprivileged_user())
+        self._xwayland = xwayland
 
     def bring_up(self) -> None:
         super().bring_up()
-        config = self.write("sway.conf", CONFIG)
+        xwayland = "enable" if self._xwayland else "disable"
+        self._config = self.write("sway.conf", CONFIG.format(xwayland=xwayland))
         self.env |= {
             "SWAYSOCK": str(self.runtime / "sway.sock"),
             "WLR_BACKENDS": "headless",
@@ -49,9 +57,26 @@ class SwaySession(Session):
             "XDG_CURRENT_DESKTOP": "sway",
             "QT_QPA_PLATFORM": "wayland",
         }
-        compositor = self.spawn(["sway", "--config", config])
-        self.env["WAYLAND_DISPLAY"] = compositor.wait_for_line(r"ready on (\S+)$")[1]
+        compositor = self.spawn(["sway", "--config", self._config])
+        ready = compositor.wait_for_line(r"ready on (\S+), (\S*)$")
+        self.env["WAYLAND_DISPLAY"] = ready[1]
+        if self._xwayland:
+            self.env["DISPLAY"] = ready[2]
         self.spawn(["wtype", "-s", KEYBOARD_MS], name="keyboard")
+
+    def configure(self, lines: str) -> None:
+        """Add lines to the configuration, and have it read again."""
+        with open(self._config, "a", encoding="utf-8") as config:
+            config.write(lines)
+        self.run(["swaymsg", "reload"])
+
+    def plug_in_pointer(self) -> None:
+        pointer = self.spawn([sys.executable, self.reachable(POINTER)], name="pointer")
+        pointer.wait_for_line("^plugged in$")
+
+    def click(self, x: int, y: int, button: int = 1) -> None:
+        steps = [f"set {x} {y}", f"press button{button}", f"release button{button}"]
+        self.run(["swaymsg", ", ".join(f"seat - cursor {step}" for step in steps)])
 
     def screenshot(self, path: Path | str) -> None:
         # Taken as the session's user, who may not write where the picture goes.
@@ -91,6 +116,11 @@ class SwaySession(Session):
         down = [word for name in modifiers for word in ("-M", name)]
         up = [word for name in reversed(modifiers) for word in ("-m", name)]
         self.run(["wtype", *down, "-k", key, *up])
+
+    def press_and_hold(self, modifier: str, key: str) -> Process:
+        """Press a combination, and hold its modifier down until the process is stopped."""
+        keys = ["-M", modifier, "-k", key, "-s", KEYBOARD_MS, "-m", modifier]
+        return self.spawn(["wtype", *keys], name=f"held {modifier}")
 
     def type(self, text: str) -> None:
         self.run(["wtype", text])

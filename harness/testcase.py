@@ -73,16 +73,25 @@ class TarqTestCase(unittest.TestCase):
 
     def toggle(self) -> None:
         """Toggle by a second process, not so soon that the program would swallow it."""
+        self.wait_toggle_guard()
+        self.send_toggle()
+        self._last_toggle = time.monotonic()
+
+    def send_toggle(self) -> None:
+        self.assertEqual(self.tarq.toggle(), 0)
+
+    def wait_toggle_guard(self) -> None:
         guarded_until = self._last_toggle + TOGGLE_GUARD_S
         self.desktop.wait_until(lambda: time.monotonic() > guarded_until, "the toggle guard")
-        self.assertEqual(self.tarq.toggle(), 0)
-        self._last_toggle = time.monotonic()
 
     def start_recording(self) -> Path:
         """Toggle a recording on, and return its file once sound is in it."""
         older = self.tarq.recordings()
         self.toggle()
-        return self.tarq.wait_recording(besides=older)
+        recording = self.tarq.wait_recording(besides=older)
+        # The guard runs from when the program has handled the toggle, which may be later.
+        self._last_toggle = time.monotonic()
+        return recording
 
     def record(self) -> Path:
         """Record a moment of silence from toggle to toggle, and return its file."""

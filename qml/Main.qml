@@ -22,6 +22,11 @@ Window {
     // Large enough for every state and the badge, so that the window itself never changes its size.
     width: 138
     height: 110
+    // The same again as limits: by them a tiling compositor knows that the window has to float.
+    minimumWidth: 138
+    maximumWidth: 138
+    minimumHeight: 110
+    maximumHeight: 110
     x: shellWindow.initialX(Screen.width)
     y: shellWindow.initialY(Screen.height)
     visible: shellWindow.overlayStateModel.visible

@@ -27,12 +27,23 @@ PopupWindow::PopupWindow(QWindow* parent)
 void PopupWindow::popup(QWindow* owner, const QPointF& position)
 {
     setTransientParent(owner);
+    owner->installEventFilter(this);
     setScreen(owner->screen());
     const QPoint corner = owner->mapToGlobal(position.toPoint());
     const QRect screen = owner->screen()->availableGeometry();
     setPosition(placed(corner.x(), width(), screen.left(), screen.right() + 1),
         placed(corner.y(), height(), screen.top(), screen.bottom() + 1));
     show();
+}
+
+bool PopupWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    // A Wayland compositor may leave the keyboard with the owner.
+    const bool isKey = event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease;
+    if (isKey && isVisible() && watched == transientParent()) {
+        return QCoreApplication::sendEvent(this, event);
+    }
+    return QQuickWindow::eventFilter(watched, event);
 }
 
 void PopupWindow::exposeEvent(QExposeEvent* event)

@@ -18,6 +18,8 @@ public:
     /// ends before the window does, the window lies on the other side of that point.
     Q_INVOKABLE void popup(QWindow* owner, const QPointF& position);
 
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 protected:
     void exposeEvent(QExposeEvent* event) override;
     void hideEvent(QHideEvent* event) override;

@@ -259,7 +259,7 @@ void HistoryRepositoryTest::searchFindsAnywhereInAnyCase()
 
 void HistoryRepositoryTest::searchSeesEveryChange()
 {
-    HistoryRepository history(m_path);
+    HistoryRepository history(path());
     history.add(u"One"_s);
     QCOMPARE(textsOf(history.searchEntries(u"o"_s)), QStringList{u"One"_s});
     history.add(u"Two"_s);
