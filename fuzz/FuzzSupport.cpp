@@ -34,7 +34,9 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
         qputenv(name, QFile::encodeName(home.path()));
     }
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    static const QGuiApplication application(*argc, *argv);
+    // Never deleted: libFuzzer leaves by exit(), when much of what it would need has gone already.
+    static const auto* const application = new QGuiApplication(*argc, *argv);
+    Q_UNUSED(application)
     qInstallMessageHandler(failOnComplaint);
     return 0;
 }
@@ -70,6 +72,11 @@ void Fuzz::writeFile(const QString& path, const QByteArray& content)
 QByteArray Fuzz::bytes(const uint8_t* data, size_t size)
 {
     return {reinterpret_cast<const char*>(data), static_cast<qsizetype>(size)};
+}
+
+bool Fuzz::mayHaveByteOrderMark(const QByteArray& json)
+{
+    return json.contains("\xef\xbb\xbf") || json.toLower().contains("\\ufeff");
 }
 
 void Fuzz::settle()

@@ -20,6 +20,10 @@ void writeFile(const QString& path, const QByteArray& content);
 /// The input as it comes from libFuzzer.
 QByteArray bytes(const uint8_t* data, size_t size);
 
+/// Whether a text of the JSON may begin with a byte order mark, raw or escaped. Qt's reader drops
+/// it, so that such a text isn't what it was once it has been saved and loaded. Nobody misses it.
+bool mayHaveByteOrderMark(const QByteArray& json);
+
 /// Runs events, and what is to be deleted later, until there are none.
 void settle();
 

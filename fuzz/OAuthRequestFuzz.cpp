@@ -96,20 +96,25 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         browser.disconnectFromHost();
     }
     Fuzz::waitUntil([]() { return signIn.connections() == 0; });
-    if (isWhole && !isDropped) {
+    const bool isAnswered = !signIn.isListening();
+    if (isAnswered) {
         Fuzz::waitUntil([]() { return !signIn.outcomes.isEmpty(); });
     }
     Fuzz::waitUntil([&]() { return browser.state() == QTcpSocket::UnconnectedState; });
     Fuzz::settle();
 
     const qsizetype exchanges = signIn.server.requests().size() - exchangesBefore;
-    Fuzz::require(signIn.outcomes.size() <= 1, "never more than one signal for each sign-in");
-    Fuzz::require(isWhole || signIn.outcomes.isEmpty(), "an unfinished request ends nothing");
-    Fuzz::require(signIn.isListening() == signIn.outcomes.isEmpty(),
-        "the port is open until the sign-in has ended");
+    Fuzz::require(signIn.outcomes.size() == (isAnswered ? 1 : 0),
+        "exactly one signal for each sign-in that has ended");
+    Fuzz::require(isWhole || !isAnswered, "an unfinished request ends nothing");
+    Fuzz::require(!isWhole || isAnswered || isDropped, "a whole request is answered");
     const bool succeeded = signIn.outcomes.contains("success"_L1);
     Fuzz::require(exchanges == (succeeded ? 1 : 0), "a code is exchanged once, and nothing else");
-    const QByteArray page = browser.readAll();
+    // What comes too late resets the connection, and the page may be lost with it.
+    const QByteArray page = browser.isOpen() ? browser.readAll() : QByteArray();
+    if (page.isEmpty() && input.contains(kPause)) {
+        return 0;
+    }
     Fuzz::require(page.contains("Signed in") == succeeded, "the page tells how it went");
     Fuzz::require(page.count("HTTP/1.1") == signIn.outcomes.size(), "one answer for each request");
     return 0;

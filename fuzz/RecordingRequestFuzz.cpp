@@ -30,9 +30,9 @@ struct Dictation {
 
 void requireForm(const HttpRequest& request, const QString& token, const QByteArray& language)
 {
-    QByteArray sentToken = token.toUtf8();
-    sentToken.replace('\n', ' ').replace('\r', ' ').replace('\0', ' ');
-    Fuzz::require(request.headers.value("authorization") == "Bearer " + sentToken.trimmed(),
+    QByteArray header = "Bearer " + token.toUtf8();
+    header.replace('\n', ' ').replace('\r', ' ').replace('\0', ' ');
+    Fuzz::require(request.headers.value("authorization") == header.trimmed(),
         "a token is sent as it is, but for what would end the header");
     Fuzz::require(request.headers.size() == 9, "no header comes out of what was put into one");
     const QList<FormPart> parts = request.formParts();

@@ -31,8 +31,12 @@ QVariantList settingsFromDisk()
 // The input is settings.json.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
+    const QByteArray input = Fuzz::bytes(data, size);
+    if (Fuzz::mayHaveByteOrderMark(input)) {
+        return 0;
+    }
     SettingsStore store;
-    Fuzz::writeFile(store.paths().settingsFile, Fuzz::bytes(data, size));
+    Fuzz::writeFile(store.paths().settingsFile, input);
     Fuzz::require(store.ensureScaffold(nullptr), "any content of a file is good to start with");
     const QVariantList loaded = settingsOf(store);
     Fuzz::require(settingsFromDisk() == loaded, "the same file loads the same");

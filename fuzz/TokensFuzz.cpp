@@ -31,9 +31,13 @@ QJsonObject otherKeys(const QString& path)
 // The input is keys.json.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
+    const QByteArray input = Fuzz::bytes(data, size);
+    if (Fuzz::mayHaveByteOrderMark(input)) {
+        return 0;
+    }
     const SettingsStore store;
     const QString path = store.paths().keysFile;
-    Fuzz::writeFile(path, Fuzz::bytes(data, size));
+    Fuzz::writeFile(path, input);
     const QJsonObject others = otherKeys(path);
     const SettingsStore::AuthTokens tokens = store.loadAuthTokens();
     const bool isValid = store.hasValidAuth();

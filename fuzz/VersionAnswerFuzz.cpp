@@ -1,6 +1,7 @@
 #include "FuzzSupport.h"
 #include "storage/SettingsStore.h"
 
+#include <QCoreApplication>
 #include <QJSValue>
 #include <QQmlComponent>
 #include <QQmlEngine>
