@@ -62,6 +62,11 @@ struct Account {
     QString error;
 };
 
+bool hasBody(int status)
+{
+    return status >= 200 && status <= 599 && status != 204 && status != 304;
+}
+
 } // namespace
 
 // The input's first line is the operation (u, r, p or any other letter) and the status, or 0; the
@@ -71,16 +76,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     static Account account;
     const QByteArray input = Fuzz::bytes(data, size);
     const qsizetype lineEnd = input.indexOf('\n');
-    if (lineEnd < 1) {
-        return 0;
-    }
-    const char operation = input.front();
-    const int status = input.mid(1, lineEnd - 1).toInt();
+    const char operation = input.isEmpty() ? 'i' : input.front();
+    const QByteArray chosen = input.mid(1, lineEnd - 1);
+    const int status = chosen == "0" || hasBody(chosen.toInt()) ? chosen.toInt() : 400;
     const QByteArray body = input.mid(lineEnd + 1);
-    // Below 200, 204 and 304: an answer that has no body in HTTP.
-    if (status != 0 && (status < 200 || status > 599 || status == 204 || status == 304)) {
-        return 0;
-    }
     // Qt may wait for the rest of an answer though the connection is closed, and a sign-up has no
     // time-out.
     if (status == 0 && operation == 'u') {
