@@ -9,6 +9,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr char kSeparator = '|';
+constexpr qsizetype kMaxNameUnits = 60; // of UTF-16, which fit a file system's 255 bytes
 const QByteArray kRecording = "RIFF of a speech"_ba;
 
 struct Dictation {
@@ -55,7 +56,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const QList<QByteArray> fields = Fuzz::bytes(data, size).split(kSeparator);
     const QString token = QString::fromUtf8(fields.value(0));
     const QString language = QString::fromUtf8(fields.value(1));
-    const QString path = Fuzz::homePath("a"_L1 + QString::fromUtf8(fields.value(2)).remove(u'/'));
+    // What no file can be called stays out.
+    QString name = QString::fromUtf8(fields.value(2)).remove(u'/').remove(QChar::Null);
+    name.truncate(kMaxNameUnits);
+    const QString path = Fuzz::homePath("a"_L1 + name);
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
         return 0;
