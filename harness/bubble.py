@@ -6,6 +6,7 @@ from dataclasses import dataclass
 
 from harness.desktop import VirtualDesktop
 from harness.process import DEADLINE_S
+from harness.x11 import keyboard_is_grabbed
 
 SIZE = (138, 110)
 # The middle of the pill in the bubble's window.
@@ -87,6 +88,9 @@ class Bubble:
     def open_menu(self) -> "Menu":
         self.click(button=3)
         opened = self._desktop.wait_until(lambda: self._window_of(Menu.SIZE), "the menu")
+        # Before, keys and presses would go where they went without it.
+        display = self._desktop.env["DISPLAY"]
+        self._desktop.wait_until(lambda: keyboard_is_grabbed(display), "the menu's grab")
         return Menu(self._desktop, opened)
 
     def _window_of(self, size: tuple[int, int]) -> str | None:

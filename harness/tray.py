@@ -1,6 +1,5 @@
 """The two kinds of tray that a desktop may have, and the program's icon in them."""
 
-import ctypes
 import re
 import sys
 from pathlib import Path
@@ -9,6 +8,7 @@ from gi.repository import Gio, GLib
 
 from harness.bubble import Menu
 from harness.desktop import VirtualDesktop
+from harness.x11 import has_tray
 
 # The menu of the program's icon; None is a separator.
 ENTRIES = (
@@ -167,15 +167,3 @@ class EmbeddingTrayMenu(Menu):
         above = self.ENTRIES[: self.ENTRIES.index(entry)]
         y = at.y + sum(row if label else self.SEPARATOR for label in above) + row // 2
         self._desktop.run(["xdotool", "mousemove", "--sync", at.x + at.width // 2, y, "click", 1])
-
-
-def has_tray(display: str) -> bool:
-    """Whether a tray of the older kind is ready on a display; no tool tells."""
-    x11 = ctypes.CDLL("libX11.so.6")
-    x11.XOpenDisplay.restype = ctypes.c_void_p
-    connection = ctypes.c_void_p(x11.XOpenDisplay(display.encode()))
-    try:
-        selection = x11.XInternAtom(connection, b"_NET_SYSTEM_TRAY_S0", False)
-        return x11.XGetSelectionOwner(connection, selection) != 0
-    finally:
-        x11.XCloseDisplay(connection)

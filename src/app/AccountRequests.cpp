@@ -2,6 +2,7 @@
 
 #include "Deployment.h"
 #include "dictation/OverlayStateModel.h"
+#include "storage/JwtUtils.h"
 #include "storage/SettingsStore.h"
 
 #include <QCoreApplication>
@@ -21,7 +22,7 @@ namespace {
 QNetworkRequest accountRequest(QLatin1StringView path, const QString& accessToken)
 {
     QNetworkRequest request(QUrl(Deployment::kWorkerBaseUrl + path));
-    request.setRawHeader("Authorization", u"Bearer %1"_s.arg(accessToken).toUtf8());
+    request.setRawHeader("Authorization", JwtUtils::bearerHeader(accessToken));
     return request;
 }
 

@@ -11,7 +11,8 @@ void loadDotEnv(const QString& path)
     while (!file.atEnd()) {
         const QString line = QString::fromUtf8(file.readLine()).trimmed();
         const qsizetype equals = line.indexOf(u'=');
-        if (line.startsWith(u'#') || equals <= 0) {
+        // A zero would end the name or the value in the middle, and set something else.
+        if (line.startsWith(u'#') || equals <= 0 || line.contains(QChar::Null)) {
             continue;
         }
         const QByteArray key = line.first(equals).trimmed().toUtf8();

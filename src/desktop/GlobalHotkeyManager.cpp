@@ -48,10 +48,10 @@ template <typename T> using XcbPointer = std::unique_ptr<T, Free>;
 constexpr int kConnectTimeoutMs = 500;
 constexpr int kWriteTimeoutMs = 1000;
 
-const QString kToggleCommand = u"toggle"_s;
-const QString kShowHistoryCommand = u"show-history"_s;
+const QByteArray kToggleCommand = "toggle"_ba;
+const QByteArray kShowHistoryCommand = "show-history"_ba;
 
-bool sendCommand(const QString& serverName, const QString& command)
+bool sendCommand(const QString& serverName, const QByteArray& command)
 {
     const QString token = GlobalHotkeyManager::readToken();
     if (token.isEmpty()) {
@@ -62,7 +62,7 @@ bool sendCommand(const QString& serverName, const QString& command)
     if (!socket.waitForConnected(kConnectTimeoutMs)) {
         return false;
     }
-    socket.write(u"%1:%2"_s.arg(token, command).toUtf8());
+    socket.write(token.toUtf8() + ':' + command);
     socket.flush();
     socket.waitForBytesWritten(kWriteTimeoutMs);
     socket.disconnectFromServer();
@@ -233,11 +233,12 @@ void GlobalHotkeyManager::handleMessage(QLocalSocket* socket)
     const QByteArray message = socket->readAll().trimmed();
     socket->deleteLater();
 
+    // Compared byte by byte: decoding would overlook a byte order mark.
     const qsizetype colon = message.indexOf(':');
-    if (colon <= 0 || QString::fromUtf8(message.first(colon)) != m_ipcToken) {
+    if (colon <= 0 || message.first(colon) != m_ipcToken.toUtf8()) {
         return;
     }
-    const QString command = QString::fromUtf8(message.sliced(colon + 1));
+    const QByteArray command = message.sliced(colon + 1);
     if (command == kToggleCommand) {
         emit toggleRequested();
     } else if (command == kShowHistoryCommand) {

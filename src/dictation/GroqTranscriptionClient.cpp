@@ -1,6 +1,7 @@
 #include "dictation/GroqTranscriptionClient.h"
 
 #include "Deployment.h"
+#include "storage/JwtUtils.h"
 
 #include <QDebug>
 #include <QFile>
@@ -43,11 +44,19 @@ QHttpPart textPart(const QString& name, const QString& value)
     return part;
 }
 
+// Qt sends a header as it is: what would end the name, or the line, is escaped as browsers do it
+// (WHATWG HTML, multipart form data).
+QString escapedFileName(const QFile& file)
+{
+    QString name = QFileInfo(file).fileName();
+    return name.replace(u'"', "%22"_L1).replace(u'\r', "%0D"_L1).replace(u'\n', "%0A"_L1);
+}
+
 QHttpPart wavPart(QFile* file)
 {
     QHttpPart part;
     part.setHeader(QNetworkRequest::ContentDispositionHeader,
-        u"form-data; name=\"file\"; filename=\"%1\""_s.arg(QFileInfo(*file).fileName()));
+        u"form-data; name=\"file\"; filename=\"%1\""_s.arg(escapedFileName(*file)));
     part.setHeader(QNetworkRequest::ContentTypeHeader, u"audio/wav"_s);
     part.setBodyDevice(file);
     return part;
@@ -109,7 +118,7 @@ void GroqTranscriptionClient::doRequest(
     file->setParent(form);
 
     QNetworkRequest networkRequest(workerEndpoint());
-    networkRequest.setRawHeader("Authorization", u"Bearer %1"_s.arg(bearerToken).toUtf8());
+    networkRequest.setRawHeader("Authorization", JwtUtils::bearerHeader(bearerToken));
     networkRequest.setTransferTimeout(kTransferTimeoutMs);
     QNetworkReply* reply = m_networkManager.post(networkRequest, form);
     form->setParent(reply);

@@ -23,6 +23,7 @@ private slots:
     void cleanup();
 
     void exportAsksWithTheStoredToken();
+    void tokenWithALineBreakAddsNoHeader();
     void exportIsSavedAsItCame_data();
     void exportIsSavedAsItCame();
     void exportsOfTwoSecondsAreTwoFiles();
@@ -88,6 +89,16 @@ void AccountRequestsTest::exportAsksWithTheStoredToken()
     QCOMPARE(request.target, "/v1/account/export"_ba);
     QCOMPARE(request.headers.value("authorization"), "Bearer the-token"_ba);
     QCOMPARE(request.body, QByteArray());
+}
+
+void AccountRequestsTest::tokenWithALineBreakAddsNoHeader()
+{
+    m_worker->answerWith({{200, ""}});
+    endServerSession(u"the-token\r\nX-Other: 1"_s);
+    QTRY_COMPARE(m_worker->requests().size(), 1);
+    const HttpRequest request = m_worker->requests().first();
+    QCOMPARE(request.headers.value("authorization"), "Bearer the-token  X-Other: 1"_ba);
+    QVERIFY(!request.headers.contains("x-other"));
 }
 
 void AccountRequestsTest::exportIsSavedAsItCame_data()

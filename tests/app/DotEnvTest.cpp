@@ -68,6 +68,8 @@ void DotEnvTest::lines_data()
     QTest::newRow("no equals sign") << "TARQ_TEST_KEY\nNOEQUALS\n"_ba << false << ""_ba;
     QTest::newRow("no key") << "=x\n = x\n"_ba << false << ""_ba;
     QTest::newRow("export is part of the key") << "export TARQ_TEST_KEY=v\n"_ba << false << ""_ba;
+    QTest::newRow("zero in the key") << "TARQ_TEST_KEY\0X=v\n"_ba << false << ""_ba;
+    QTest::newRow("zero in the value") << "TARQ_TEST_KEY=v\0w\n"_ba << false << ""_ba;
     QTest::newRow("behind malformed lines")
         << "=x\nNOEQUALS\n\n\t\nTARQ_TEST_KEY=v\n"_ba << true << "v"_ba;
 }

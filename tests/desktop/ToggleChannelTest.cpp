@@ -246,6 +246,8 @@ void ToggleChannelTest::otherMessageIsDropped_data()
     QTest::newRow("two commands") << "TOKEN:toggle\nTOKEN:toggle"_ba;
     QTest::newRow("100 kB of blanks") << "TOKEN:toggle"_ba + QByteArray(100000, ' ') + 'x';
     QTest::newRow("blanks only") << "  \n "_ba;
+    QTest::newRow("byte order mark before the token") << "\xef\xbb\xbfTOKEN:toggle"_ba;
+    QTest::newRow("byte order mark before the command") << "TOKEN:\xef\xbb\xbftoggle"_ba;
     QTest::newRow("broken UTF-8") << "\xff\xfe:toggle"_ba;
 }
 

@@ -132,11 +132,14 @@ void OverlayStateModelTest::focusBringsBackAHiddenBubble()
     OverlayStateModel model;
     model.setLoggedIn(true);
     endCount(model);
+    QVERIFY(!model.hasInputFocus());
     model.setHasInputFocus(true);
+    QVERIFY(model.hasInputFocus());
     QVERIFY(model.isVisible());
     QVERIFY(!isCounting(model));
     // What had hidden it is forgotten: a fresh count begins.
     model.setHasInputFocus(false);
+    QVERIFY(!model.hasInputFocus());
     QVERIFY(model.isVisible());
     QVERIFY(isCounting(model));
     QVERIFY(model.findChild<QTimer*>(u"idleTimer"_s)->remainingTime() > 4000);

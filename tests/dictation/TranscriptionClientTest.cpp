@@ -22,6 +22,8 @@ private slots:
     void fileIsReadAndNeverTouched();
     void blankTokenSendsNothing();
     void tokenIsSentTrimmed();
+    void tokenWithALineBreakAddsNoHeader();
+    void fileNameStaysInsideItsQuotes();
     void languagePart_data();
     void languagePart();
     void missingFileFailsAtOnce();
@@ -152,6 +154,32 @@ void TranscriptionClientTest::tokenIsSentTrimmed()
     transcribe(u"  the-token\n"_s);
     QCOMPARE(outcome(), u"finished: hello"_s);
     QCOMPARE(m_server->requests().first().headers.value("authorization"), "Bearer the-token"_ba);
+}
+
+void TranscriptionClientTest::tokenWithALineBreakAddsNoHeader()
+{
+    m_server->answerWith({{200, R"({"text":"hello"})"}});
+    transcribe(u"the-token\r\nX-Other: 1\r\n\r\nGET / HTTP/1.1"_s);
+    QCOMPARE(outcome(), u"finished: hello"_s);
+    QCOMPARE(m_server->requests().size(), 1);
+    const HttpRequest& request = m_server->requests().first();
+    QCOMPARE(request.headers.value("authorization"),
+        "Bearer the-token  X-Other: 1    GET / HTTP/1.1"_ba);
+    QVERIFY(!request.headers.contains("x-other"));
+}
+
+void TranscriptionClientTest::fileNameStaysInsideItsQuotes()
+{
+    const QString path = homePath(u"a\"; name=\"model\"\r\nX: 1.wav"_s);
+    writeFile(path, "RIFF of a speech"_ba);
+    m_server->answerWith({{200, R"({"text":"hello"})"}});
+    m_client->transcribe(path, u"the-token"_s);
+    QCOMPARE(outcome(), u"finished: hello"_s);
+    const QList<FormPart> parts = m_server->requests().first().formParts();
+    QCOMPARE(parts.size(), 3);
+    QVERIFY(parts[2].headers.contains(
+        R"(name="file"; filename="a%22; name=%22model%22%0D%0AX: 1.wav")"));
+    QCOMPARE(parts[2].headers.split('\n').size(), 2);
 }
 
 void TranscriptionClientTest::languagePart_data()
