@@ -79,7 +79,8 @@ def _loopback_url(text: str) -> SplitResult | None:
         return None
     try:
         url = urlsplit(text)
-        host, _port = url.hostname, url.port
+        host = url.hostname
+        _ = url.port  # which may be no number
     except ValueError:
         return None
     # Browsers and we don't agree on where the host is in "http://host\@127.0.0.1/".

@@ -1,7 +1,6 @@
 import contextlib
 import os
 import signal
-import unittest
 from pathlib import Path
 
 from harness.bubble import Bubble

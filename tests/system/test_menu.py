@@ -1,5 +1,4 @@
 from harness.bubble import Bubble
-from harness.desktop import VirtualDesktop
 from harness.testcase import DictationTestCase
 
 

@@ -3,7 +3,6 @@
 import unittest
 
 from harness.bubble import Bubble
-from harness.interface import Interface
 from test_sign_in import EMAIL, LOGIN, PASSWORD, LoginTestCase
 
 # A refresh comes a minute after the start at the earliest.

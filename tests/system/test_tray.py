@@ -8,7 +8,7 @@ import unittest
 from harness.bubble import Bubble
 from harness.desktop import VirtualDesktop
 from harness.interface import Interface
-from harness.picture import Colour, Picture, distance
+from harness.picture import Picture, distance
 from harness.process import DeadlineExceeded
 from harness.testcase import TarqTestCase
 from harness.tray import ENTRIES, EmbeddingTray, StatusNotifierIcon, StatusNotifierTray
