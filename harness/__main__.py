@@ -44,29 +44,9 @@ def run_command(options: argparse.Namespace) -> int:
 
             Microphone(session).start()
         chosen = dict(assignment.split("=", 1) for assignment in options.env)
-        environment = {**session.env, **chosen}
-        status = run_checked(options.command, environment)
-        while status is None:
-            print("The leak check itself crashed; once more.", file=sys.stderr, flush=True)
-            status = run_checked(options.command, environment)
+        status = subprocess.call(guarded(options.command), env={**session.env, **chosen})
     # A death by signal reads as a shell would report it.
     return status if status >= 0 else 128 - status
-
-
-def run_checked(command: list[str], environment: dict[str, str]) -> int | None:
-    """The exit status of a command; None if its leak check crashed, so that it says nothing.
-
-    GCC 12's LeakSanitizer now and then scans memory that isn't there when the graphics driver's
-    threads end beside it.
-    """
-    process = subprocess.Popen(guarded(command), env=environment, stderr=subprocess.PIPE)
-    crashed = False
-    for line in process.stderr:
-        sys.stderr.buffer.write(line)
-        sys.stderr.buffer.flush()
-        crashed = crashed or b"LeakSanitizer has encountered a fatal error" in line
-    status = process.wait()
-    return None if crashed else status
 
 
 def make_session(options: argparse.Namespace) -> Session:

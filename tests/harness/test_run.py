@@ -22,17 +22,6 @@ class RunTest(unittest.TestCase):
         done = run("--", "sh", "-c", "kill -SEGV $$")
         self.assertEqual(done.returncode, 128 + signal.SIGSEGV)
 
-    def test_crash_of_the_leak_check_asks_for_another_run(self):
-        crashes_once = """
-            [ -e "$HOME/crashed" ] && { echo checked; exit 3; }
-            touch "$HOME/crashed"
-            echo "==1==LeakSanitizer has encountered a fatal error." >&2
-            exit 1
-        """
-        done = run("--", "sh", "-c", crashes_once)
-        self.assertEqual((done.returncode, done.stdout), (3, "checked\n"))
-        self.assertIn("once more", done.stderr)
-
     def test_options_after_the_separator_belong_to_the_command(self):
         self.assertEqual(run("--", "echo", "--x11").stdout, "--x11\n")
 
