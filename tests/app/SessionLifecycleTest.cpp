@@ -510,6 +510,8 @@ void SessionLifecycleTest::refusedTokenEndsTheSession()
     m_services->windows.showProfile();
     emit m_services->pipeline.authRequired();
 
+    // The server has refused the token already, and isn't told.
+    QVERIFY(qApp->findChildren<QNetworkAccessManager*>(Qt::FindDirectChildrenOnly).isEmpty());
     QCOMPARE(m_services->settings.loadAuthTokens().accessToken, QString());
     QCOMPARE(m_services->settings.loadAuthTokens().refreshToken, QString());
     QCOMPARE(m_services->overlay.lastError(), u"Session expired — sign in again."_s);

@@ -1,4 +1,6 @@
 #include "app/Services.h"
+#include "app/WindowHints.h"
+#include "desktop/ScriptedTools.h"
 #include "support/TarqTest.h"
 
 #include <QFile>
@@ -76,6 +78,7 @@ private slots:
     void closedHistoryIsHidden();
     void profileShowsTheAccountOfItsCreation();
     void splashGoesWhenItIsDone();
+    void bubbleGetsItsHintsAtEachShowAlone();
     void openingAndClosingKeepsNoMemory_data();
     void openingAndClosingKeepsNoMemory();
 
@@ -283,6 +286,27 @@ void WindowsTest::splashGoesWhenItIsDone()
     QVERIFY(done.wait());
     QTRY_VERIFY(splash.isNull());
     QVERIFY(qApp->findChildren<QQmlApplicationEngine*>().isEmpty());
+}
+
+void WindowsTest::bubbleGetsItsHintsAtEachShowAlone()
+{
+    const ScriptedTools tools(homePath());
+    tools.install(u"xprop"_s);
+    m_services->windows.loadBubble();
+    const QString bubbleId = QString::number(theOnly(u"Tarq"_s)->winId());
+    m_services->overlay.setLoggedIn(true);
+    m_services->overlay.setLoggedIn(false);
+    m_services->overlay.setLoggedIn(true);
+    // By the time that the other window's come, those of the hiding would have come too.
+    QWindow other;
+    applyX11WindowHints(&other);
+    const auto runsFor = [&tools](const QString& windowId) {
+        return tools.runs().filter(u"|-id|%1|"_s.arg(windowId)).size();
+    };
+    QTRY_COMPARE(runsFor(QString::number(other.winId())), 2);
+    // Two for the loading, and for each of two shows.
+    QTRY_VERIFY(runsFor(bubbleId) >= 6);
+    QCOMPARE(runsFor(bubbleId), 6);
 }
 
 void WindowsTest::openingAndClosingKeepsNoMemory_data()

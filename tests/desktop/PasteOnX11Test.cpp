@@ -53,6 +53,7 @@ private slots:
     void textIsPastedIntoTheEditorBehindAFileManager();
     void textIsPastedIntoATerminal();
     void closedWindowLeavesTheTextOnTheClipboard();
+    void selectionIsLeftAlone();
 
 private:
     /// A file manager is what becomes active whenever the windows of a test are gone. Without any
@@ -206,6 +207,20 @@ void PasteOnX11Test::closedWindowLeavesTheTextOnTheClipboard()
     QCOMPARE(failed.first().first().toString(), u"xdotool windowactivate failed"_s);
     QCOMPARE(finished.count(), 0);
     QCOMPARE(QGuiApplication::clipboard()->text(), u"hello"_s);
+}
+
+// What the user has selected is there for the middle button, and isn't ours to replace.
+void PasteOnX11Test::selectionIsLeftAlone()
+{
+    QClipboard* clipboard = QGuiApplication::clipboard();
+    QVERIFY(clipboard->supportsSelection());
+    clipboard->setText(u"selected"_s, QClipboard::Selection);
+    TextInjectionService service(nullptr);
+    QSignalSpy finished(&service, &TextInjectionService::injectionFinished);
+    service.inject(u"spoken"_s);
+    QVERIFY(finished.wait());
+    QCOMPARE(clipboard->text(QClipboard::Clipboard), u"spoken"_s);
+    QCOMPARE(clipboard->text(QClipboard::Selection), u"selected"_s);
 }
 
 QTEST_MAIN(PasteOnX11Test)

@@ -23,6 +23,7 @@ private slots:
     void bubbleHidesWhenTheCountEnds();
     void focusKeepsTheBubbleAndStopsTheCount();
     void signOutWhileRecordingHidesButKeepsTheState();
+    void signInAfterASignOutShowsAHiddenBubble();
     void focusBringsBackAHiddenBubble();
     void recordingBringsBackAHiddenBubble();
     void pingShowsAHiddenBubbleAndStartsTheCountAnew();
@@ -125,6 +126,19 @@ void OverlayStateModelTest::signOutWhileRecordingHidesButKeepsTheState()
     QCOMPARE(model.state(), State::Recording);
     QCOMPARE(visible.count(), 1);
     QCOMPARE(state.count(), 0);
+}
+
+void OverlayStateModelTest::signInAfterASignOutShowsAHiddenBubble()
+{
+    OverlayStateModel model;
+    model.setLoggedIn(true);
+    endCount(model);
+    QVERIFY(!model.isVisible());
+    model.setLoggedIn(false);
+    QVERIFY(!isCounting(model));
+    model.setLoggedIn(true);
+    QVERIFY(model.isVisible());
+    QVERIFY(isCounting(model));
 }
 
 void OverlayStateModelTest::focusBringsBackAHiddenBubble()

@@ -215,11 +215,11 @@ WindowTestCase {
 
     function test_searchWithoutAMatch() {
         openWith(["apple"]);
-        type("<b>X");
+        type("<b>X ");
         verify(item("noMatches").visible);
         verify(!list().visible);
         verify(item("searchBar").visible);
-        compare(textItems(item("noMatches")).map(text => text.text), ["No matches", 'for "<b>X"']);
+        compare(textItems(item("noMatches")).map(text => text.text), ["No matches", 'for "<b>X "']);
         verify(fixture.takePicture(subject, "history-no-match"));
     }
 

@@ -3,7 +3,9 @@
 import json
 import unittest
 
+from harness.microphone import Microphone
 from harness.testcase import DictationTestCase, TarqTestCase
+from tests.system.support import CommandLineTestCase
 
 
 # The audio library then does without shared memory.
@@ -31,6 +33,23 @@ class FullDiskWhileRecordingTest(TarqTestCase):
         self.assertEqual(self.backend.requests(), [])
         recording = self.start_recording()
         self.assertNotEqual(recording, lost)
+
+
+class FullDiskAtTheStopTest(CommandLineTestCase):
+    # Until the stop, a block or two stay in the memory of the process.
+    ATTEMPTS = 10
+
+    def test_audio_smoke_ends_with_status_3(self):
+        Microphone(self.session).start()
+        command = [*limited_to(1000), self.program, "--audio-smoke", "200"]
+        for _ in range(self.ATTEMPTS):
+            done = self.session.run(command, check=False)
+            # Otherwise it has heard nothing yet, or on a busy machine too much for the memory.
+            if "Failed to append audio data" not in done.stderr and done.returncode != 0:
+                break
+        self.assertEqual((done.returncode, done.stdout), (3, ""), done.stderr)
+        self.assertRegex(done.stderr, r"\[2\] Failed to (seek to|write) ")
+        self.assertEqual(list(self.cache.glob("*.wav")), [])
 
 
 class FullDiskWhileSavingTest(DictationTestCase):
