@@ -1,7 +1,10 @@
 #include "FuzzSupport.h"
 #include "app/DotEnv.h"
 
-#include <QProcessEnvironment>
+#include <QByteArray>
+#include <QMap>
+
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -9,13 +12,27 @@ namespace {
 
 const QString kFileName = u"fuzz.env"_s;
 
-void restore(const QProcessEnvironment& before, const QProcessEnvironment& after)
+// As bytes: decoded, two names may look the same.
+using Environment = QMap<QByteArray, QByteArray>;
+
+Environment currentEnvironment()
 {
-    for (const QString& name : after.keys()) {
-        if (!before.contains(name)) {
-            qunsetenv(name.toUtf8().constData());
+    Environment environment;
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+        const QByteArray text(*variable);
+        const qsizetype equals = text.indexOf('=');
+        environment.insert(text.first(equals), text.sliced(equals + 1));
+    }
+    return environment;
+}
+
+void restore(const Environment& before, const Environment& after)
+{
+    for (const QByteArray& name : after.keys()) {
+        if (before.contains(name)) {
+            qputenv(name.constData(), before.value(name));
         } else {
-            qputenv(name.toUtf8().constData(), before.value(name).toUtf8());
+            qunsetenv(name.constData());
         }
     }
 }
@@ -26,23 +43,23 @@ void restore(const QProcessEnvironment& before, const QProcessEnvironment& after
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     qputenv("PRESET", "of the real environment");
-    const QProcessEnvironment before = QProcessEnvironment::systemEnvironment();
+    const Environment before = currentEnvironment();
     const QString path = Fuzz::homePath(kFileName);
     Fuzz::writeFile(path, Fuzz::bytes(data, size));
 
     loadDotEnv(path);
-    const QProcessEnvironment after = QProcessEnvironment::systemEnvironment();
-    for (const QString& name : before.keys()) {
-        Fuzz::require(before.value(name).isEmpty() || after.value(name) == before.value(name),
-            "a variable that has a value keeps it");
+    const Environment after = currentEnvironment();
+    for (const auto& [name, value] : before.asKeyValueRange()) {
+        Fuzz::require(
+            value.isEmpty() || after.value(name) == value, "a variable that has a value keeps it");
     }
-    for (const QString& name : after.keys()) {
-        Fuzz::require(before.contains(name) || after.value(name) == after.value(name).trimmed(),
-            "a value has no blanks around it");
+    for (const auto& [name, value] : after.asKeyValueRange()) {
+        Fuzz::require(
+            before.contains(name) || value == value.trimmed(), "a value has no blanks around it");
     }
     loadDotEnv(path);
-    Fuzz::require(
-        QProcessEnvironment::systemEnvironment() == after, "reading a file again changes nothing");
+    Fuzz::require(currentEnvironment() == after, "reading a file again changes nothing");
     restore(before, after);
+    Fuzz::require(currentEnvironment() == before, "the target cleans up behind itself");
     return 0;
 }
