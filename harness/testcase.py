@@ -2,6 +2,7 @@
 
 import contextlib
 import os
+import re
 import sys
 import time
 import unittest
@@ -19,12 +20,23 @@ from harness.targets import Editor
 TOGGLE_GUARD_S = 0.3
 
 
-def program(name: str) -> Path:
-    """A program of the build tree that TARQ_BUILD_DIR names."""
+def build_tree() -> Path:
+    """The build tree that TARQ_BUILD_DIR names."""
     directory = os.environ.get("TARQ_BUILD_DIR")
     if not directory:
         raise AssertionError("TARQ_BUILD_DIR has to name a build tree")
-    return Path(directory).resolve() / "bin" / name
+    return Path(directory).resolve()
+
+
+def program(name: str) -> Path:
+    """A program of the build tree."""
+    return build_tree() / "bin" / name
+
+
+def built_in_worker_port() -> int:
+    """Of the worker that the program under test was built for, on this machine."""
+    cache = (build_tree() / "CMakeCache.txt").read_text()
+    return int(re.search(r"^TARQ_WORKER_BASE_URL:.*=http://127.0.0.1:(\d+)$", cache, re.M)[1])
 
 
 class TarqTestCase(unittest.TestCase):

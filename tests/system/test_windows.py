@@ -11,14 +11,12 @@ from harness.desktop import VirtualDesktop
 from harness.interface import Interface
 from harness.tarq import Tarq
 from harness.testcase import DictationTestCase, program
+from tests.system.support import WORKER_PORT
 
 LOGIN = "Tarq — Sign In"
 PROFILE = "Tarq — Profile"
 ABOUT = "Tarq — About"
 HISTORY = "Tarq"
-
-# The worker that the tests' build knows: its account requests go there.
-WORKER_PORT = 18473
 
 
 class WindowTestCase(DictationTestCase):
