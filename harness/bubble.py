@@ -1,30 +1,19 @@
 """Tarq's bubble, as the pointer meets it."""
 
-import contextlib
-import re
-from dataclasses import dataclass
-
 from harness.desktop import VirtualDesktop
 from harness.process import DEADLINE_S
-from harness.x11 import keyboard_is_grabbed
+from harness.x11 import Window, keyboard_is_grabbed, look_at
 
 SIZE = (138, 110)
 # The middle of the pill in the bubble's window.
 GRIP = (69, 43)
 
 
-@dataclass(frozen=True)
-class Geometry:
-    x: int
-    y: int
-    width: int
-    height: int
-
-
-def geometry_of(desktop: VirtualDesktop, window: str) -> Geometry:
-    text = desktop.run(["xwininfo", "-id", window]).stdout
-    fields = ("Absolute upper-left X", "Absolute upper-left Y", "Width", "Height")
-    return Geometry(*(int(re.search(rf"{field}:\s+(-?\d+)", text)[1]) for field in fields))
+def seen(desktop: VirtualDesktop, window: str) -> Window:
+    """How a window lies, which has to be there."""
+    found = look_at(desktop.env["DISPLAY"], window)
+    assert found, f"window {window} has gone\n{desktop.logs()}"
+    return found
 
 
 class Bubble:
@@ -36,12 +25,11 @@ class Bubble:
         # At a start the splash lies above it.
         self.window = desktop.wait_until(lambda: self._window_of(SIZE), "the bubble")
 
-    def geometry(self) -> Geometry:
-        return geometry_of(self._desktop, self.window)
+    def geometry(self) -> Window:
+        return seen(self._desktop, self.window)
 
     def is_shown(self) -> bool:
-        text = self._desktop.run(["xwininfo", "-id", self.window]).stdout
-        return "Map State: IsViewable" in text
+        return self.geometry().shown
 
     def wait_shown(self, shown: bool = True, timeout: float = DEADLINE_S) -> None:
         word = "show" if shown else "hide"
@@ -96,10 +84,9 @@ class Bubble:
     def _window_of(self, size: tuple[int, int]) -> str | None:
         """The program's visible window of this size."""
         for window in self.windows():
-            with contextlib.suppress(AssertionError):  # some go by themselves
-                at = geometry_of(self._desktop, window)
-                if (at.width, at.height) == size:
-                    return window
+            at = look_at(self._desktop.env["DISPLAY"], window)
+            if at and (at.width, at.height) == size:  # some go by themselves
+                return window
         return None
 
     def _pointer(self, *words) -> None:
@@ -118,8 +105,8 @@ class Menu:
         self._desktop = desktop
         self.window = window
 
-    def geometry(self) -> Geometry:
-        return geometry_of(self._desktop, self.window)
+    def geometry(self) -> Window:
+        return seen(self._desktop, self.window)
 
     def choose(self, entry: str) -> None:
         at = self.geometry()
@@ -130,7 +117,7 @@ class Menu:
 
     def wait_closed(self) -> None:
         def gone() -> bool:
-            found = self._desktop.run(["xwininfo", "-id", self.window], check=False)
-            return "Map State: IsViewable" not in found.stdout
+            at = look_at(self._desktop.env["DISPLAY"], self.window)
+            return at is None or not at.shown
 
         self._desktop.wait_until(gone, "the menu to close")

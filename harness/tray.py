@@ -1,6 +1,5 @@
 """The two kinds of tray that a desktop may have, and the program's icon in them."""
 
-import re
 import sys
 from pathlib import Path
 
@@ -8,7 +7,7 @@ from gi.repository import Gio, GLib
 
 from harness.bubble import Menu
 from harness.desktop import VirtualDesktop
-from harness.x11 import has_tray
+from harness.x11 import has_tray, look_at
 
 # The menu of the program's icon; None is a separator.
 ENTRIES = (
@@ -145,10 +144,8 @@ class EmbeddingTray:
 
     def _is_menu(self, window: str) -> bool:
         """Of what passes by the window manager, the menu is higher than any tool tip."""
-        # A window that has gone in the meantime makes xwininfo fail.
-        told = self._desktop.run(["xwininfo", "-id", window], check=False).stdout
-        height = re.search(r"Height: (\d+)", told)
-        return "Override Redirect State: yes" in told and int(height[1]) > self.TOOL_TIP
+        at = look_at(self._desktop.env["DISPLAY"], window)
+        return at is not None and at.override_redirect and at.height > self.TOOL_TIP
 
     def _pointer(self, *words: object) -> None:
         self._desktop.run(["xdotool", *words])
