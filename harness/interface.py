@@ -2,14 +2,15 @@
 
 import json
 import re
+import subprocess
 import sys
 from dataclasses import dataclass
 from pathlib import Path
 
 from harness.desktop import VirtualDesktop
-from harness.process import DEADLINE_S, DeadlineExceeded
+from harness.process import DEADLINE_S, DeadlineExceeded, guarded
 
-TREE = Path(__file__).with_name("accessibility_tree.py")
+PROGRAM = Path(__file__).with_name("accessibility_tree.py")
 
 
 @dataclass(frozen=True)
@@ -30,17 +31,41 @@ class Element:
         return x + width // 2, y + height // 2
 
 
+class Tree:
+    """Asks what there is; ends with the session."""
+
+    def __init__(self, desktop: VirtualDesktop) -> None:
+        self._popen = subprocess.Popen(
+            guarded([sys.executable, PROGRAM], desktop.user),
+            env=desktop.env,
+            stdin=subprocess.PIPE,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.DEVNULL,  # of an answer that fails
+            text=True,
+        )
+        desktop.processes.append(self)
+
+    def nodes(self) -> list[dict]:
+        print(file=self._popen.stdin, flush=True)
+        return json.loads(self._popen.stdout.readline())
+
+    def log(self) -> str:
+        return "--- accessibility tree"
+
+    def stop(self) -> None:
+        with self._popen:
+            self._popen.kill()
+
+
 class Interface:
     """Everything that a program on a desktop with accessibility shows."""
 
     def __init__(self, desktop: VirtualDesktop) -> None:
         self._desktop = desktop
+        self._tree = Tree(desktop)
 
     def elements(self, window: str | None = None) -> list[Element]:
         """What is shown now, of all windows or of those with this title."""
-        done = self._desktop.run([sys.executable, TREE], check=False)
-        if done.returncode != 0:  # a window went while it was looked at
-            return []
         found = [
             Element(
                 node["window"],
@@ -50,7 +75,7 @@ class Interface:
                 tuple(node["box"]) if node["box"] else None,
                 frozenset(node["states"]),
             )
-            for node in json.loads(done.stdout)
+            for node in self._tree.nodes()
         ]
         return [
             element
