@@ -15,12 +15,18 @@ WAV_HEADER_BYTES = 44
 
 
 class Tarq:
-    """tarq-linux in a session, with the files it keeps there."""
+    """tarq-linux in a session, with the files it keeps there.
 
-    def __init__(self, session: Session, program: Path, backend: Backend) -> None:
+    env is what every run of it gets beside the variables that name the backend.
+    """
+
+    def __init__(
+        self, session: Session, program: Path, backend: Backend, env: dict[str, str] | None = None
+    ) -> None:
         self._session = session
         self.program = session.reachable(program)
         self._backend = backend
+        self._env = env or {}
         self._runs: list[Process] = []
         self._killed: set[int] = set()  # process ids
         self._tokens: set[str] = set()
@@ -47,6 +53,7 @@ class Tarq:
             "SUPABASE_URL": self._backend.url,
             "SUPABASE_ANON_KEY": "anonymous",
             "WORKER_URL": self._backend.url,
+            **self._env,
         }
 
     def sign_in(self, lifetime: int = 3600) -> None:

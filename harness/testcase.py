@@ -3,10 +3,12 @@
 import contextlib
 import os
 import re
+import shutil
 import sys
 import time
 import unittest
 from pathlib import Path
+from urllib.parse import urlsplit
 
 from harness.backend import Backend
 from harness.desktop import VirtualDesktop
@@ -33,10 +35,23 @@ def program(name: str) -> Path:
     return build_tree() / "bin" / name
 
 
-def built_in_worker_port() -> int:
-    """Of the worker that the program under test was built for, on this machine."""
+def built_in_worker(session: Session, backend: Backend) -> dict[str, str]:
+    """The environment of a program for which this backend is the worker that it was built for.
+
+    The build knows a port of this machine, where nobody listens. A library that is loaded before
+    the program's own leads the connections from there to the backend.
+    """
     cache = (build_tree() / "CMakeCache.txt").read_text()
-    return int(re.search(r"^TARQ_WORKER_BASE_URL:.*=http://127.0.0.1:(\d+)$", cache, re.M)[1])
+    port = re.search(r"^TARQ_WORKER_BASE_URL:.*=http://127.0.0.1:(\d+)$", cache, re.M)[1]
+    library = build_tree() / "tests" / "support" / "tarq-redirected-port.so"
+    # In the session's own directory: the variable takes no path with a blank.
+    preloaded = session.give(Path(shutil.copy(library, session.root)))
+    return {
+        "LD_PRELOAD": str(preloaded),
+        "TARQ_TEST_REDIRECTED_PORT": f"{port}:{urlsplit(backend.url).port}",
+        # It minds a library that comes before it.
+        "ASAN_OPTIONS": session.env.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0",
+    }
 
 
 class TarqTestCase(unittest.TestCase):
@@ -48,7 +63,7 @@ class TarqTestCase(unittest.TestCase):
 
     expected_log: list[str] = []
     starts_tarq = True  # False: the test calls self.start_tarq() itself
-    backend_port = 0  # any that is free
+    backend_is_built_in_worker = False  # True: it gets what goes past WORKER_URL, too
 
     @classmethod
     def setUpClass(cls) -> None:
@@ -73,8 +88,9 @@ class TarqTestCase(unittest.TestCase):
         self.desktop = self.enterContext(self.make_session())
         self.addCleanup(self._report_failure)
         self.microphone = Microphone(self.desktop).start()
-        self.backend = Backend(self.desktop, port=self.backend_port)
-        self.tarq = Tarq(self.desktop, program("tarq-linux"), self.backend)
+        self.backend = Backend(self.desktop)
+        env = built_in_worker(self.desktop, self.backend) if self.backend_is_built_in_worker else {}
+        self.tarq = Tarq(self.desktop, program("tarq-linux"), self.backend, env)
         self.make_targets()
         if self.starts_tarq:
             self.start_tarq()

@@ -1,15 +1,13 @@
 #include "app/AccountRequests.h"
-#include "Deployment.h"
 #include "dictation/OverlayStateModel.h"
 #include "storage/SettingsStore.h"
-#include "support/HttpServer.h"
+#include "support/BuiltInWorker.h"
 #include "support/TarqTest.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QNetworkAccessManager>
 #include <QRegularExpression>
-#include <QUrl>
 
 using namespace Qt::StringLiterals;
 
@@ -52,7 +50,7 @@ private:
 void AccountRequestsTest::init()
 {
     TarqTest::init();
-    m_worker = std::make_unique<HttpServer>(nullptr, QUrl(Deployment::kWorkerBaseUrl).port());
+    m_worker = startBuiltInWorker();
     // Only dictations go there.
     m_workerUrl = std::make_unique<ScopedVariable>("WORKER_URL", "http://127.0.0.1:9");
     m_settings = std::make_unique<SettingsStore>();

@@ -1,10 +1,8 @@
 #include "app/Logging.h"
-#include "Deployment.h"
-#include "support/HttpServer.h"
+#include "support/BuiltInWorker.h"
 #include "support/TarqTest.h"
 
 #include <QDebug>
-#include <QUrl>
 
 #include <cstdio>
 #include <unistd.h>
@@ -64,7 +62,7 @@ private:
 void LoggingTest::init()
 {
     TarqTest::init();
-    m_worker = std::make_unique<HttpServer>(nullptr, QUrl(Deployment::kWorkerBaseUrl).port());
+    m_worker = startBuiltInWorker();
     m_worker->answerWith({{204, ""}, {204, ""}, {204, ""}});
     QCoreApplication::setApplicationVersion(u"0.1.1"_s);
 }

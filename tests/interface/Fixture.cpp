@@ -1,6 +1,6 @@
 #include "Fixture.h"
 
-#include "Deployment.h"
+#include "support/BuiltInWorker.h"
 
 #include <QAccessible>
 #include <QClipboard>
@@ -154,9 +154,8 @@ void Fixture::answerWorker(int status, const QString& body)
 
 void Fixture::startWorker()
 {
-    const int port = QUrl(Deployment::kWorkerBaseUrl).port();
-    m_worker.reset(); // frees the port
-    m_worker = std::make_unique<HttpServer>(nullptr, static_cast<quint16>(port));
+    m_worker.reset(); // or its end would be that of the next one's redirection
+    m_worker = startBuiltInWorker();
     m_workerSeen = 0;
 }
 

@@ -72,7 +72,7 @@ public:
     // The answer to the next request. A status of 0 closes the connection, -1 says nothing.
     Q_INVOKABLE void answerAuth(int status, const QString& body);
     Q_INVOKABLE void answerWorker(int status, const QString& body);
-    // The worker that the build knows, on the port that the build knows.
+    // The worker that the program was built for.
     Q_INVOKABLE void startWorker();
     Q_INVOKABLE void stopWorker() { m_worker.reset(); }
 

@@ -34,10 +34,10 @@ QList<FormPart> HttpRequest::formParts() const
     return parts;
 }
 
-HttpServer::HttpServer(QObject* parent, quint16 port)
+HttpServer::HttpServer(QObject* parent)
     : QObject(parent)
 {
-    if (!m_server.listen(QHostAddress::LocalHost, port)) {
+    if (!m_server.listen(QHostAddress::LocalHost)) {
         qFatal("No loopback port: %s", qPrintable(m_server.errorString()));
     }
     connect(&m_server, &QTcpServer::newConnection, this, [this]() {

@@ -35,14 +35,14 @@ struct HttpAnswer {
     QByteArray raw = {};
 };
 
-// A real HTTP/1.1 server, by default on a port of its own: keeps every request, and answers from a
+// A real HTTP/1.1 server on a port of its own: keeps every request, and answers from a
 // list. A request for which no answer was prepared gets a 599, so that it can't go unnoticed.
 class HttpServer final : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit HttpServer(QObject* parent = nullptr, quint16 port = 0);
+    explicit HttpServer(QObject* parent = nullptr);
 
     [[nodiscard]] QString url() const;
     [[nodiscard]] const QList<HttpRequest>& requests() const { return m_requests; }

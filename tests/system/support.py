@@ -11,12 +11,9 @@ from harness.log import without_start
 from harness.process import Process, exit_on_sigterm
 from harness.session import OffscreenSession
 from harness.tarq import exchange
-from harness.testcase import built_in_worker_port, program
+from harness.testcase import program
 
 DAY_S = 24 * 3600
-
-# Of the worker that the build under test talks to.
-WORKER_PORT = built_in_worker_port()
 
 NO_INSTANCE = "[1] No running Tarq instance found. (?:0)\n"
 DEFAULT_FILES = {

@@ -10,8 +10,8 @@ from harness.backend import Backend
 from harness.desktop import VirtualDesktop
 from harness.interface import Interface
 from harness.log import INFO, messages
-from harness.testcase import TarqTestCase
-from tests.system.support import WORKER_PORT, CommandLineTestCase
+from harness.testcase import TarqTestCase, built_in_worker
+from tests.system.support import CommandLineTestCase
 
 UNABLE_TO_LISTEN = [sys.executable, unable_to_listen.__file__]
 
@@ -26,7 +26,7 @@ class ReportTest(TarqTestCase):
     """Nobody can sign in by browser here, which is what the program calls critical."""
 
     starts_tarq = False
-    backend_port = WORKER_PORT
+    backend_is_built_in_worker = True
 
     def make_session(self):
         return VirtualDesktop(accessibility=True)
@@ -101,7 +101,8 @@ class LastMessageTest(CommandLineTestCase):
 
     def setUp(self):
         super().setUp()
-        self.backend = Backend(self.session, port=WORKER_PORT)
+        self.backend = Backend(self.session)
+        self.session.env |= built_in_worker(self.session, self.backend)
 
     def test_report_of_a_start_that_fails_does_not_arrive(self):
         done = self.run_tarq()

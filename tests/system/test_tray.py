@@ -12,7 +12,7 @@ from harness.picture import Picture, distance
 from harness.process import DeadlineExceeded
 from harness.testcase import TarqTestCase
 from harness.tray import ENTRIES, EmbeddingTray, StatusNotifierIcon, StatusNotifierTray
-from tests.system.support import WORKER_PORT, let_handle_everything
+from tests.system.support import let_handle_everything
 
 NO_TRAY = "[4] System tray not available — skipping tray icon (?:0)"
 
@@ -34,7 +34,7 @@ class TrayTestCase(TarqTestCase):
     """A desktop where nothing takes text, so that the bubble goes when it rests."""
 
     starts_tarq = False
-    backend_port = WORKER_PORT  # of which a sign-out is told
+    backend_is_built_in_worker = True  # which is told of a sign-out
 
     def make_session(self):
         return VirtualDesktop(accessibility=True)

@@ -4,14 +4,11 @@ import json
 import time
 import unittest
 
-from harness.backend import Backend
 from harness.browser import Browser
 from harness.bubble import Bubble
 from harness.desktop import VirtualDesktop
 from harness.interface import Interface
-from harness.tarq import Tarq
-from harness.testcase import DictationTestCase, program
-from tests.system.support import WORKER_PORT
+from harness.testcase import DictationTestCase
 
 LOGIN = "Tarq — Sign In"
 PROFILE = "Tarq — Profile"
@@ -167,11 +164,10 @@ class HistoryTest(WindowTestCase):
 class AccountTest(WindowTestCase):
     """The account's own requests, which go to the worker that the program was built for."""
 
+    backend_is_built_in_worker = True
+
     def setUp(self):
         super().setUp()
-        self.backend.stop()
-        self.backend = Backend(self.desktop, port=WORKER_PORT)
-        self.tarq = Tarq(self.desktop, program("tarq-linux"), self.backend)
         self.start_tarq()
 
     def test_profile_exports_the_account(self):
