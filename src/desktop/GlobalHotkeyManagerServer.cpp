@@ -64,12 +64,12 @@ void GlobalHotkeyManager::handleMessage(QLocalSocket* socket)
     const QByteArray message = socket->readAll().trimmed();
     socket->deleteLater();
 
-    // Compared byte by byte: decoding would overlook a byte order mark.
+    // Both halves are text, so a byte order mark before either of them is no part of it.
     const qsizetype colon = message.indexOf(':');
-    if (colon <= 0 || message.first(colon) != m_ipcToken.toUtf8()) {
+    if (colon <= 0 || QString::fromUtf8(message.first(colon)) != m_ipcToken) {
         return;
     }
-    const QByteArray command = message.sliced(colon + 1);
+    const QString command = QString::fromUtf8(message.sliced(colon + 1));
     if (command == kToggleCommand) {
         emit toggleRequested();
     } else if (command == kShowHistoryCommand) {
