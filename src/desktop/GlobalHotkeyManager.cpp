@@ -128,6 +128,11 @@ void GlobalHotkeyManager::handleXcbEvents()
             break;
         }
     }
+    // Nothing comes any more from a connection that is broken, but its descriptor stays readable,
+    // and would turn the event loop for ever.
+    if (xcb_connection_has_error(m_xcbState->connection) != 0) {
+        m_notifier->setEnabled(false);
+    }
 }
 
 void GlobalHotkeyManager::onSpacebarPressed()
