@@ -1,6 +1,8 @@
 #include "dictation/AudioCaptureService.h"
 
 #include "dictation/CaptureFormat.h"
+#include "dictation/ProcessExit.h"
+#include "dictation/StartDeadline.h"
 
 #include <QAudioDevice>
 #include <QAudioSource>
@@ -9,6 +11,9 @@
 #include <QIODevice>
 #include <QMediaDevices>
 #include <QUuid>
+
+#include <algorithm>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -56,7 +61,12 @@ bool AudioCaptureService::start(QString* error)
     m_audioSource = std::make_unique<QAudioSource>(device, format);
     connect(m_audioSource.get(), &QAudioSource::stateChanged, this,
         &AudioCaptureService::handleAudioStateChanged);
-    m_audioIoDevice = m_audioSource->start();
+    {
+        const StartDeadline deadline;
+        m_audioIoDevice = m_audioSource->start();
+    }
+    // Qt's connection to the sound server exists from now on, until it is destroyed.
+    skipStaticDestructors();
     // A source that fails at once says so before start() returns, and the session is gone by then.
     if (m_audioIoDevice == nullptr || !isRecording()) {
         m_wavWriter.cancel();
@@ -191,15 +201,28 @@ QString AudioCaptureService::createTemporaryOutputPath(QString* error)
 
 QAudioDevice AudioCaptureService::selectDevice() const
 {
+    const std::optional<QList<QByteArray>> present = m_soundServer.sources();
+    if (present && present->isEmpty()) {
+        // Not even listing them with Qt would come to an end soon.
+        return {};
+    }
+    const auto isPresent = [&present](const QAudioDevice& device) {
+        return !present || present->contains(device.id());
+    };
+    const QList<QAudioDevice> devices = QMediaDevices::audioInputs();
     if (!m_preferredDeviceId.isEmpty()) {
-        const QList<QAudioDevice> devices = QMediaDevices::audioInputs();
         for (const QAudioDevice& device : devices) {
-            if (QString::fromUtf8(device.id()) == m_preferredDeviceId) {
+            if (QString::fromUtf8(device.id()) == m_preferredDeviceId && isPresent(device)) {
                 return device;
             }
         }
     }
-    return QMediaDevices::defaultAudioInput();
+    const QAudioDevice defaultDevice = QMediaDevices::defaultAudioInput();
+    if (isPresent(defaultDevice)) {
+        return defaultDevice;
+    }
+    const auto other = std::find_if(devices.begin(), devices.end(), isPresent);
+    return other != devices.end() ? *other : QAudioDevice();
 }
 
 QAudioFormat AudioCaptureService::selectCaptureFormat(const QAudioDevice& device)
