@@ -24,8 +24,7 @@ void endProcess(int /*signal*/)
 
 StartDeadline::StartDeadline()
 {
-    struct sigaction action {
-    };
+    struct sigaction action = {};
     action.sa_handler = endProcess;
     ::sigaction(SIGALRM, &action, &m_previous);
     ::alarm(kSeconds);

@@ -17,6 +17,5 @@ public:
     Q_DISABLE_COPY_MOVE(StartDeadline)
 
 private:
-    struct sigaction m_previous {
-    };
+    struct sigaction m_previous = {};
 };
