@@ -1,10 +1,9 @@
 #include "app/RunningInstance.h"
 
 #include "account/SupabaseAuthClient.h"
+#include "app/Client.h"
 #include "app/CommandLine.h"
 #include "app/Connections.h"
-#include "app/Logging.h"
-#include "app/QuitSignals.h"
 #include "app/SessionLifecycle.h"
 #include "app/SmokeModes.h"
 #include "app/StartUp.h"
@@ -71,13 +70,11 @@ int runApplication(SettingsStore& settings)
 
 } // namespace
 
-int tarqRunInstance(int argc, char* argv[])
+int runInstance(int argc, char* argv[])
 {
-    installQuitSignals();
-    installMessageHandler();
     // Our windows have transparent backgrounds, which must be known before the first one exists.
     QQuickWindow::setDefaultAlphaBuffer(true);
-    if (CommandLine(commandLineWords(argc, argv)).mode() != CommandLine::Mode::Run) {
+    if (CommandLine::foreseenMode(argc, argv) != CommandLine::Mode::Run) {
         doWithoutDisplay();
     }
     QApplication application(argc, argv);
@@ -92,6 +89,9 @@ int tarqRunInstance(int argc, char* argv[])
 
     const CommandLine commandLine(QCoreApplication::arguments());
     switch (commandLine.mode()) {
+    case CommandLine::Mode::Help:
+    case CommandLine::Mode::Toggle:
+        return runClientMode(commandLine.mode());
     case CommandLine::Mode::SessionSmoke:
         return runSessionSmoke();
     case CommandLine::Mode::AmplitudeSmoke:
@@ -100,8 +100,6 @@ int tarqRunInstance(int argc, char* argv[])
         return runRecordingWaveSmoke(commandLine);
     case CommandLine::Mode::AudioSmoke:
         return runAudioSmoke(commandLine);
-    case CommandLine::Mode::Help: // over before this module is loaded, like the next
-    case CommandLine::Mode::Toggle:
     case CommandLine::Mode::Run:
         break;
     }
