@@ -19,9 +19,11 @@
 #include <QApplication>
 #include <QDebug>
 #include <QIcon>
+#include <QQmlApplicationEngine>
 #include <QQmlExtensionPlugin>
 #include <QQuickStyle>
 #include <QQuickWindow>
+#include <QScopeGuard>
 #include <QTimer>
 
 Q_IMPORT_QML_PLUGIN(TarqLinuxPlugin)
@@ -78,6 +80,11 @@ int runInstance(int argc, char* argv[])
         doWithoutDisplay();
     }
     QApplication application(argc, argv);
+    // Windows that are open at the end go with the application, after all that they show. They go
+    // first of what it owns, since a window can't do without an application that is whole.
+    const auto windows = qScopeGuard([&application]() {
+        qDeleteAll(application.findChildren<QQmlApplicationEngine*>(Qt::FindDirectChildrenOnly));
+    });
     setIdentity();
     QGuiApplication::setWindowIcon(QIcon(u":/assets/tarq-linux.svg"_s));
     QQuickStyle::setStyle(u"Basic"_s);
