@@ -4,6 +4,7 @@
 #include "app/Client.h"
 #include "app/CommandLine.h"
 #include "app/Connections.h"
+#include "app/QuitSignals.h"
 #include "app/SessionLifecycle.h"
 #include "app/SmokeModes.h"
 #include "app/StartUp.h"
@@ -67,7 +68,7 @@ int runApplication(SettingsStore& settings)
     windows.showSplash();
     session.begin();
 
-    return QApplication::exec();
+    return exitStatus(QApplication::exec());
 }
 
 } // namespace
