@@ -11,15 +11,6 @@
 
 using namespace Qt::StringLiterals;
 
-QStringList commandLineWords(int argc, char* argv[])
-{
-    QStringList words;
-    for (int i = 0; i < argc; ++i) {
-        words.append(QString::fromLocal8Bit(argv[i]));
-    }
-    return words;
-}
-
 void doWithoutDisplay()
 {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {

@@ -1,13 +1,8 @@
 #pragma once
 
-#include <QStringList>
-
 class SettingsStore;
 
 // What every start of the program does, whether it becomes the running instance or ends at once.
-
-/// The words of the command line, the program's own name first.
-[[nodiscard]] QStringList commandLineWords(int argc, char* argv[]);
 
 /// For a start that shows nothing: lets Qt run without a display, on its smallest platform, unless
 /// the user has chosen one. To be called before the application object exists.
