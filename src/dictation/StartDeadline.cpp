@@ -1,5 +1,7 @@
 #include "dictation/StartDeadline.h"
 
+#include "dictation/ProcessExit.h"
+
 #include <string_view>
 
 #include <unistd.h>
@@ -17,7 +19,7 @@ constexpr std::string_view kLine
 void endProcess(int /*signal*/)
 {
     [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, kLine.data(), kLine.size());
-    ::_exit(kStatus);
+    exitAtOnce(kStatus);
 }
 
 } // namespace
