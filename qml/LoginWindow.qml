@@ -57,6 +57,7 @@ FramelessWindow {
             id: form
 
             anchors.fill: parent
+            target: loginWindow
             isSignUp: loginWindow.isSignUp
             loading: loginWindow.loading
             errorMessage: loginWindow.errorMessage
