@@ -1,5 +1,6 @@
 #include "app/RunningInstance.h"
 
+#include "HeldKeys.h"
 #include "account/SupabaseAuthClient.h"
 #include "app/Client.h"
 #include "app/CommandLine.h"
@@ -60,6 +61,7 @@ int runApplication(SettingsStore& settings)
     hotkeys.registerSpacebarHold();
     connectHotkeys(hotkeys, pipeline);
 
+    const HeldKeys heldKeys;
     Windows windows(settings, auth, overlay, history, pipeline);
     SessionLifecycle session(settings, auth, overlay, focusMonitor, pipeline, windows);
     connectWindows(overlay, hotkeys, windows);
