@@ -6,7 +6,6 @@ import signal
 import unittest
 
 from harness.log import check_log
-from harness.process import Process
 from harness.testcase import TarqTestCase
 from tests.system.support import NO_INSTANCE
 
@@ -103,18 +102,16 @@ class SilentServerTest(AudioFreezeTestCase):
 class SuspendedMicrophoneTest(AudioFreezeTestCase):
     starts_tarq = False
 
-    def start_frozen(self) -> Process:
-        """A run whose first recording never begins."""
-        self.tarq.sign_in()
+    def setUp(self) -> None:
+        super().setUp()
         self.pactl("suspend-source", "mic", "1")
+
+    def test_recording_that_never_begins_ends_the_program(self):
+        self.tarq.sign_in()
         run = self.desktop.spawn([self.tarq.program], env=self.tarq.environment())
         self.desktop.wait_for_socket(self.tarq.socket, "the toggle channel")
         self.toggle()
         self.desktop.wait_until(self.tarq.recordings, "the beginning of the recording")
-        return run
-
-    def test_recording_that_never_begins_ends_the_program(self):
-        run = self.start_frozen()
         # Neither another toggle nor another start hangs on the one that stands still.
         self.assertEqual(self.tarq.toggle(), 0)
         self.assertEqual(self.tarq.command().status, 0)
@@ -124,15 +121,12 @@ class SuspendedMicrophoneTest(AudioFreezeTestCase):
         toggle = self.tarq.command("--toggle")
         self.assertEqual((toggle.status, toggle.lines), (1, [NO_INSTANCE.strip()]))
 
-    def test_next_start_records_from_the_microphone_that_was_resumed(self):
-        self.assertEqual(self.start_frozen().wait(), 2)
         self.pactl("suspend-source", "mic", "0")
         self.start_tarq()
         self.start_recording()
         self.assertEqual(self.recorded(), "mic")
 
     def test_audio_smoke_ends_with_the_status_of_a_failed_start(self):
-        self.pactl("suspend-source", "mic", "1")
         smoke = self.tarq.command("--audio-smoke", "100")
         self.assertEqual((smoke.status, smoke.lines), (2, [TOO_LATE]))
 
