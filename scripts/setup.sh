@@ -14,18 +14,18 @@ is_installed() {
 }
 
 # The packages of the given groups that aren't installed. "NAME?" counts only where the release has it, and
-# "NAME|OTHER" not where OTHER is there.
+# "NAME|OTHER" not where OTHER is there, or is among the missing ones before it.
 missing_packages() {
-    local group package wanted=" $* "
+    local group package wanted=" $* " missing=' '
     while read -r group package; do
         [[ -n $package && $group != \#* && $wanted == *" $group "* ]] || continue
-        if [[ $package == *'|'* ]] && is_installed "${package#*|}"; then
+        local name=${package%%[?|]*} other=${package#*|}
+        if [[ $package == *'|'* ]] && { [[ $missing == *" $other "* ]] || is_installed "$other"; }; then
             continue
         fi
-        local name=${package%%[?|]*}
         is_installed "$name" ||
             { [[ $package == *'?' ]] && ! apt-cache show "$name" > /dev/null 2>&1; } ||
-            printf '%s\n' "$name"
+            { missing+="$name "; printf '%s\n' "$name"; }
     done < scripts/packages.txt
 }
 
