@@ -88,6 +88,7 @@ int runInstance(int argc, char* argv[])
     const auto windows = qScopeGuard([&application]() {
         qDeleteAll(application.findChildren<QQmlApplicationEngine*>(Qt::FindDirectChildrenOnly));
     });
+    keepMediaBackendSilent();
     setIdentity();
     QGuiApplication::setWindowIcon(QIcon(u":/assets/tarq-linux.svg"_s));
     QQuickStyle::setStyle(u"Basic"_s);
