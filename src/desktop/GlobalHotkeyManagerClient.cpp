@@ -3,6 +3,8 @@
 
 #include "desktop/GlobalHotkeyManager.h"
 
+#include "storage/PrivateDirectories.h"
+
 #include <QDir>
 #include <QFile>
 #include <QLocalSocket>
@@ -46,7 +48,7 @@ bool GlobalHotkeyManager::sendShowHistoryCommand(const QString& name)
 
 QString GlobalHotkeyManager::tokenFilePath()
 {
-    return QDir::home().filePath(u".config/Tarq-Linux/ipc-token"_s);
+    return QDir(configRootPath()).filePath(u"ipc-token"_s);
 }
 
 QString GlobalHotkeyManager::readToken()

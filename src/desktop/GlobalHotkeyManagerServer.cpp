@@ -2,6 +2,8 @@
 
 #include "desktop/GlobalHotkeyManager.h"
 
+#include "storage/PrivateDirectories.h"
+
 #include <QDebug>
 #include <QFile>
 #include <QLocalServer>
@@ -32,7 +34,7 @@ QString GlobalHotkeyManager::generateToken()
     if (file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
         file.write(token.toUtf8());
         file.close();
-        QFile::setPermissions(file.fileName(), QFile::ReadOwner | QFile::WriteOwner);
+        QFile::setPermissions(file.fileName(), kPrivateFilePermissions);
     }
     return token;
 }

@@ -3,6 +3,8 @@
 #include "dictation/CaptureFormat.h"
 #include "dictation/ProcessExit.h"
 #include "dictation/StartDeadline.h"
+#include "storage/FailWith.h"
+#include "storage/PrivateDirectories.h"
 
 #include <QAudioDevice>
 #include <QAudioSource>
@@ -150,9 +152,7 @@ void AudioCaptureService::handleAudioStateChanged(QAudio::State state)
 
 bool AudioCaptureService::fail(const QString& message, QString* error)
 {
-    if (error != nullptr) {
-        *error = message;
-    }
+    failWith(error, message);
     emit errorOccurred(message);
     return false;
 }
@@ -176,18 +176,13 @@ QString AudioCaptureService::audioErrorToString(QAudio::Error error)
 
 QString AudioCaptureService::createTemporaryOutputPath(QString* error)
 {
-    const auto failWith = [error](const QString& message) {
-        if (error != nullptr) {
-            *error = message;
-        }
-        return QString();
-    };
-    const QDir directory(QDir::home().filePath(u".cache/Tarq-Linux"_s));
+    const QDir directory(cacheRootPath());
     if (!directory.mkpath(u"."_s)) {
-        return failWith(u"Failed to create cache directory: %1"_s.arg(directory.path()));
+        failWith(error, u"Failed to create cache directory: %1"_s.arg(directory.path()));
+        return {};
     }
     // The files inherit no protection but this.
-    QFile::setPermissions(directory.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    QFile::setPermissions(directory.path(), kPrivateDirectoryPermissions);
 
     for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
         const QString name
@@ -196,7 +191,8 @@ QString AudioCaptureService::createTemporaryOutputPath(QString* error)
             return directory.filePath(name);
         }
     }
-    return failWith(u"Failed to allocate a unique temporary WAV file path."_s);
+    failWith(error, u"Failed to allocate a unique temporary WAV file path."_s);
+    return {};
 }
 
 QAudioDevice AudioCaptureService::selectDevice() const
