@@ -3,19 +3,11 @@
 #include "desktop/ScriptedTools.h"
 #include "support/TarqTest.h"
 
-#include <QFile>
 #include <QQmlExtensionPlugin>
-
-#include <malloc.h>
 
 Q_IMPORT_QML_PLUGIN(TarqLinuxPlugin)
 
 using namespace Qt::StringLiterals;
-
-#ifdef __SANITIZE_ADDRESS__
-// As the sanitizer's own header declares it, which not every compiler brings along.
-extern "C" size_t __sanitizer_get_current_allocated_bytes();
-#endif
 
 namespace {
 
@@ -25,34 +17,7 @@ const QString kSettings = u"Tarq — Settings"_s;
 const QString kAbout = u"Tarq — About"_s;
 const QString kHistory = u"Tarq"_s;
 
-constexpr int kWarmUpRounds = 20;
-constexpr int kRounds = 200;
-constexpr qint64 kMaxGrowthBytesPerRound = 2048;
-
 using Show = void (Windows::*)();
-
-// Resident memory of this process, in KiB.
-int residentKiB()
-{
-    QFile status(u"/proc/self/status"_s);
-    if (!status.open(QIODevice::ReadOnly)) {
-        return 0;
-    }
-    const QByteArray text = status.readAll();
-    const qsizetype at = text.indexOf("VmRSS:") + 6;
-    return text.mid(at, text.indexOf("kB", at) - at).trimmed().toInt();
-}
-
-// What has been allocated and not freed. The sanitizer's own memory grows with what it has seen.
-qint64 allocatedBytes()
-{
-#ifdef __SANITIZE_ADDRESS__
-    return static_cast<qint64>(__sanitizer_get_current_allocated_bytes());
-#else
-    const struct mallinfo2 info = mallinfo2();
-    return static_cast<qint64>(info.uordblks + info.hblkhd);
-#endif
-}
 
 } // namespace
 
@@ -79,8 +44,6 @@ private slots:
     void profileShowsTheAccountOfItsCreation();
     void splashGoesWhenItIsDone();
     void bubbleGetsItsHintsAtEachShowAlone();
-    void openingAndClosingKeepsNoMemory_data();
-    void openingAndClosingKeepsNoMemory();
 
 private:
     static QWindow* theOnly(const QString& title);
@@ -307,45 +270,6 @@ void WindowsTest::bubbleGetsItsHintsAtEachShowAlone()
     // Two for the loading, and for each of two shows.
     QTRY_VERIFY(runsFor(bubbleId) >= 6);
     QCOMPARE(runsFor(bubbleId), 6);
-}
-
-void WindowsTest::openingAndClosingKeepsNoMemory_data()
-{
-    requestOpensTheWindow_data();
-    QTest::newRow("history") << kHistory << &Windows::showHistory;
-}
-
-void WindowsTest::openingAndClosingKeepsNoMemory()
-{
-    QFETCH(QString, title);
-    QFETCH(Show, show);
-    m_services->windows.loadHistory();
-    int residentBefore = 0;
-    qint64 allocatedBefore = 0;
-    for (int round = 0; round < kWarmUpRounds + kRounds; ++round) {
-        if (round == kWarmUpRounds) {
-            residentBefore = residentKiB();
-            allocatedBefore = allocatedBytes();
-        }
-        (m_services->windows.*show)();
-        const QPointer<QWindow> window = theOnly(title);
-        QVERIFY(window);
-        QVERIFY(QTest::qWaitForWindowExposed(window));
-        if (title == kLogin) {
-            m_services->windows.closeLogin();
-        } else {
-            window->close();
-        }
-        if (title == kHistory) {
-            QVERIFY(!window->isVisible());
-        } else {
-            QTRY_VERIFY(window.isNull());
-        }
-    }
-    const qint64 perRound = (allocatedBytes() - allocatedBefore) / kRounds;
-    qInfo("%s: %d KiB resident before, %d KiB after %d rounds; %lld bytes allocated in each",
-        QTest::currentDataTag(), residentBefore, residentKiB(), kRounds, perRound);
-    QVERIFY(perRound < kMaxGrowthBytesPerRound);
 }
 
 QTEST_MAIN(WindowsTest)

@@ -19,6 +19,8 @@ class RefreshTest(LifecycleTestCase):
         self.assertGreater(self.keys()["expiresAt"], first["expiresAt"])
         self.dictate_into_the_editor()
 
+
+class RetryTest(LifecycleTestCase):
     def test_refresh_is_tried_again_until_the_network_is_back(self):
         self.expected_log = [
             r"^\[1\] Auth network error: Connection refused",
@@ -36,6 +38,8 @@ class RefreshTest(LifecycleTestCase):
         )
         self.dictate_into_the_editor()
 
+
+class RefusalTest(LifecycleTestCase):
     def test_refused_refresh_lets_the_session_run_out(self):
         self.expected_log = [
             r"^\[1\] Auth HTTP 400",
