@@ -108,9 +108,19 @@ void Windows::showLogin()
     }
 }
 
+void Windows::presentLogin()
+{
+    openOrRaise(Login);
+}
+
 void Windows::closeLogin()
 {
     close(Login);
+}
+
+bool Windows::isHistoryLoaded() const
+{
+    return rootOf(m_historyEngine) != nullptr;
 }
 
 void Windows::showHistory()
