@@ -1,4 +1,4 @@
-#include "dictation/SoundServer.h"
+#include "audio/SoundServer.h"
 #include "support/AudioSources.h"
 #include "support/TarqTest.h"
 
