@@ -14,6 +14,9 @@ import pyatspi
 # A program that hangs doesn't answer.
 LIMIT_S = 30
 
+# The names that newer versions of the library give, in the words of older ones.
+RENAMED_ROLES = {"button": "push button"}
+
 
 def describe(node, window: str | None) -> dict:
     try:
@@ -27,9 +30,10 @@ def describe(node, window: str | None) -> dict:
     except NotImplementedError:
         text = None
     states = node.getState().getStates()
+    role = node.getRoleName()
     return {
         "window": window,
-        "role": node.getRoleName(),
+        "role": RENAMED_ROLES.get(role, role),
         "name": node.name,
         "text": text,
         "box": box,

@@ -22,9 +22,11 @@ FramelessWindow {
     }
 
     TitleStrip {
-        width: parent.width
         target: aboutWindow
-        onCloseRequested: aboutWindow.close()
+    }
+
+    CloseButton {
+        onClicked: aboutWindow.close()
     }
 
     ColumnLayout {

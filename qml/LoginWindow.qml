@@ -56,7 +56,9 @@ FramelessWindow {
         rightItems: LoginForm {
             id: form
 
+            objectName: "form"
             anchors.fill: parent
+            target: loginWindow
             isSignUp: loginWindow.isSignUp
             loading: loginWindow.loading
             errorMessage: loginWindow.errorMessage

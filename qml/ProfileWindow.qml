@@ -22,9 +22,11 @@ FramelessWindow {
     }
 
     TitleStrip {
-        width: parent.width
         target: profileWindow
-        onCloseRequested: profileWindow.close()
+    }
+
+    CloseButton {
+        onClicked: profileWindow.close()
     }
 
     ColumnLayout {

@@ -21,9 +21,11 @@ FramelessWindow {
     }
 
     TitleStrip {
-        width: parent.width
         target: settingsWindow
-        onCloseRequested: settingsWindow.close()
+    }
+
+    CloseButton {
+        onClicked: settingsWindow.close()
     }
 
     ColumnLayout {

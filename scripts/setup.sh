@@ -8,14 +8,24 @@ say() {
     printf '\033[1m%s\033[0m\n' "$*"
 }
 
-# The packages of the given groups that aren't installed.
+is_installed() {
+    # One line for each architecture that the package is installed for.
+    dpkg-query -W -f '${db:Status-Status}\n' "$1" 2>/dev/null | grep -qx installed
+}
+
+# The packages of the given groups that aren't installed. "NAME?" counts only where the release has it, and
+# "NAME|OTHER" not where OTHER is there, or is among the missing ones before it.
 missing_packages() {
-    local group package wanted=" $* "
+    local group package wanted=" $* " missing=' '
     while read -r group package; do
         [[ -n $package && $group != \#* && $wanted == *" $group "* ]] || continue
-        # One line for each architecture that the package is installed for.
-        dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed ||
-            printf '%s\n' "$package"
+        local name=${package%%[?|]*} other=${package#*|}
+        if [[ $package == *'|'* ]] && { [[ $missing == *" $other "* ]] || is_installed "$other"; }; then
+            continue
+        fi
+        is_installed "$name" ||
+            { [[ $package == *'?' ]] && ! apt-cache show "$name" > /dev/null 2>&1; } ||
+            { missing+="$name "; printf '%s\n' "$name"; }
     done < scripts/packages.txt
 }
 
@@ -30,8 +40,10 @@ install_packages() {
             return 1
         fi
     fi
-    say "Installing ${#missing[@]} packages: ${missing[*]}"
     "${as_root[@]}" apt-get update -q
+    # Only now is it known what the release has.
+    mapfile -t missing < <(missing_packages "$@")
+    say "Installing ${#missing[@]} packages: ${missing[*]}"
     # Nothing that is there may go: PulseAudio would put PipeWire's own packages out.
     if ! "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
         apt-get install -q -y --no-install-recommends --no-remove "${missing[@]}"; then

@@ -15,8 +15,8 @@ T.AbstractButton {
     // By itself a button has its text for a name only as long as nobody gives it a role.
     Accessible.name: root.text
 
-    Keys.onReturnPressed: event => root.activate(event)
-    Keys.onEnterPressed: event => root.activate(event)
+    Keys.onReturnPressed: root.activate()
+    Keys.onEnterPressed: root.activate()
 
     FocusRing {
         control: root
@@ -24,9 +24,9 @@ T.AbstractButton {
         radius: root.radius + root.ringGap
     }
 
-    // A key that is held is one click.
-    function activate(event: KeyEvent) {
-        if (!event.isAutoRepeat) {
+    // While a button of the pointer or Space is down here, the click is that one's.
+    function activate() {
+        if (!root.pressed) {
             root.clicked();
         }
     }

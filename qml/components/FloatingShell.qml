@@ -79,6 +79,8 @@ Item {
 
     Item {
         anchors.fill: parent
+        // Or its middle, which the contents keep to, would jump by half a pixel while the width changes.
+        anchors.alignWhenCentered: false
         scale: root.pulseScale
 
         Rectangle {
@@ -115,7 +117,6 @@ Item {
         IdleIcon {
             objectName: "idleIcon"
             anchors.centerIn: parent
-            anchors.alignWhenCentered: false
             width: root.theme.idleIconSize
             height: root.theme.idleIconSize
             tint: root.theme.textPrimary
@@ -146,7 +147,6 @@ Item {
         ProcessingSpinner {
             objectName: "processingSpinner"
             anchors.centerIn: parent
-            anchors.alignWhenCentered: false
             theme: root.theme
             opacity: root.processing ? 1.0 : 0.0
 

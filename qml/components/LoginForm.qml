@@ -6,6 +6,7 @@ import QtQuick.Layouts
 Flickable {
     id: root
 
+    required property FramelessWindow target
     required property bool isSignUp
     required property bool loading
     required property string errorMessage
@@ -31,14 +32,22 @@ Flickable {
     }
     Window.onActiveFocusItemChanged: root.reveal(Window.activeFocusItem)
 
+    // What scrolls takes every press, so it has a strip of its own, beneath the controls.
+    TitleStrip {
+        y: root.contentY
+        target: root.target
+        preventStealing: true
+    }
+
     Column {
         id: column
 
         x: 36
         y: 48
         width: root.width - 2 * 36
-        // With these gaps a message of one line fits into the window at its largest.
-        spacing: 9
+        // With these gaps a message of one line fits into the window at its largest, and the links into
+        // the one of a small screen.
+        spacing: root.height < 480 ? 5 : 9
 
         Column {
             spacing: 2
@@ -214,9 +223,10 @@ Flickable {
         return Math.max(0, root.contentHeight - root.height);
     }
 
-    // A control that the keyboard reaches may lie outside of a small window.
+    // A control that the keyboard reaches may lie outside of a small window. One that is clicked doesn't,
+    // and must not slip away from under the pointer.
     function reveal(item: Item) {
-        if (item === null) {
+        if (item?.focusReason !== Qt.TabFocusReason && item?.focusReason !== Qt.BacktabFocusReason) {
             return;
         }
         const top = item.mapToItem(root.contentItem, 0, 0).y;

@@ -52,6 +52,14 @@ Item {
     }
 
     Item {
+        anchors.fill: right
+
+        TitleStrip {
+            target: root.target
+        }
+    }
+
+    Item {
         id: leftContent
 
         anchors.fill: left
@@ -63,11 +71,8 @@ Item {
         anchors.fill: right
     }
 
-    TitleStrip {
-        anchors.left: right.left
-        anchors.right: right.right
-        target: root.target
-        onCloseRequested: root.closeRequested()
+    CloseButton {
+        onClicked: root.closeRequested()
     }
 
     // Only the outer corners are round: the rectangle reaches beyond the inner edge, where it is cut off.

@@ -25,9 +25,7 @@ Row {
 
             Rectangle {
                 objectName: "bar" + cell.index
-                anchors.centerIn: parent
-                // Aligned to whole pixels, a bar would jump at each one while it grows.
-                anchors.alignWhenCentered: false
+                y: (cell.height - height) / 2
                 width: root.theme.waveBarWidth
                 height: root.theme.waveBarMaxHeight
                         * Math.max(root.theme.waveMinScale, root.barScales[cell.index])

@@ -1,13 +1,16 @@
 #pragma once
 
+#include "network/NetworkManager.h"
+
 #include <QByteArray>
 #include <QHash>
-#include <QNetworkAccessManager>
 #include <QObject>
 #include <QString>
 
+#include <chrono>
+
+class LoopbackListener;
 class QNetworkReply;
-class QTcpServer;
 class QTcpSocket;
 
 // Talks to the Supabase auth REST API: sign-in and sign-up with a password, sign-in through the
@@ -29,6 +32,9 @@ public:
 
     /// supabaseUrl is the project's base URL, without a slash at its end; anonKey its public key.
     SupabaseAuthClient(QString supabaseUrl, QString anonKey, QObject* parent = nullptr);
+    /// With another time in place of the two minutes of startOAuth().
+    SupabaseAuthClient(QString supabaseUrl, QString anonKey, std::chrono::milliseconds oauthTimeout,
+        QObject* parent = nullptr);
 
     Q_INVOKABLE void signInWithEmail(const QString& email, const QString& password);
     /// Ends in authSuccess or, where the address has to be confirmed first,
@@ -56,19 +62,20 @@ private:
     void handleAuthReply(QNetworkReply* reply);
     [[nodiscard]] static Session parseSession(const QByteArray& body);
 
-    bool listenForCallback();
     void openAuthorizePage(const QString& provider);
-    void acceptConnection();
+    void acceptConnection(QTcpSocket* socket);
     void readRequest(QTcpSocket* socket);
+    void dropUnfinishedRequests();
     void answerCallback(QTcpSocket* socket, const QString& path);
     void handleOAuthCallback(const QByteArray& callbackPath);
-    void giveUpOnCallback(QTcpServer* listener);
+    void giveUpOnCallback(LoopbackListener* listener);
 
     QString m_supabaseUrl;
     QString m_anonKey;
+    std::chrono::milliseconds m_oauthTimeout;
     QString m_codeVerifier;
-    QNetworkAccessManager m_networkManager{this};
+    NetworkManager m_networkManager{this};
     // The latest flow's; after it has ended it stays, closed, until the next flow.
-    QTcpServer* m_oauthListener = nullptr;
+    LoopbackListener* m_oauthListener = nullptr;
     QHash<QTcpSocket*, QByteArray> m_pendingRequests;
 };

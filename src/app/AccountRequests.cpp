@@ -2,14 +2,14 @@
 
 #include "Deployment.h"
 #include "dictation/OverlayStateModel.h"
-#include "storage/JwtUtils.h"
+#include "network/Http.h"
+#include "network/NetworkManager.h"
 #include "storage/SettingsStore.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
-#include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QStandardPaths>
@@ -22,16 +22,8 @@ namespace {
 QNetworkRequest accountRequest(QLatin1StringView path, const QString& accessToken)
 {
     QNetworkRequest request(QUrl(Deployment::kWorkerBaseUrl + path));
-    request.setRawHeader("Authorization", JwtUtils::bearerHeader(accessToken));
+    request.setRawHeader("Authorization", Http::bearerHeader(accessToken));
     return request;
-}
-
-// Deletes what one request needs, once it has been answered.
-void discardWhenFinished(QNetworkReply* reply)
-{
-    QObject::connect(reply, &QNetworkReply::finished, reply, &QNetworkReply::deleteLater);
-    QObject::connect(
-        reply, &QNetworkReply::finished, reply->manager(), &QNetworkAccessManager::deleteLater);
 }
 
 // The notice for the user.
@@ -59,7 +51,7 @@ void exportAccountData(const SettingsStore& settings, OverlayStateModel& overlay
         overlay.setLastError(u"Sign in first to export data."_s);
         return;
     }
-    auto* manager = new QNetworkAccessManager(qApp);
+    auto* manager = new NetworkManager(qApp);
     QNetworkReply* reply = manager->get(accountRequest("/v1/account/export"_L1, accessToken));
     QObject::connect(reply, &QNetworkReply::finished, qApp, [reply, &overlay]() {
         if (reply->error() != QNetworkReply::NoError) {
@@ -68,7 +60,7 @@ void exportAccountData(const SettingsStore& settings, OverlayStateModel& overlay
         }
         overlay.setLastError(saveExport(reply->readAll()));
     });
-    discardWhenFinished(reply);
+    Http::discardWhenFinished(reply);
 }
 
 void deleteAccount(const SettingsStore& settings, OverlayStateModel& overlay)
@@ -78,7 +70,7 @@ void deleteAccount(const SettingsStore& settings, OverlayStateModel& overlay)
         overlay.setLastError(u"Sign in first."_s);
         return;
     }
-    auto* manager = new QNetworkAccessManager(qApp);
+    auto* manager = new NetworkManager(qApp);
     QNetworkReply* reply = manager->deleteResource(accountRequest("/v1/account"_L1, accessToken));
     QObject::connect(reply, &QNetworkReply::finished, qApp, [reply, &overlay]() {
         if (reply->error() != QNetworkReply::NoError) {
@@ -87,13 +79,13 @@ void deleteAccount(const SettingsStore& settings, OverlayStateModel& overlay)
         }
         overlay.requestLogout();
     });
-    discardWhenFinished(reply);
+    Http::discardWhenFinished(reply);
 }
 
 void endServerSession(const QString& accessToken)
 {
-    auto* manager = new QNetworkAccessManager(qApp);
+    auto* manager = new NetworkManager(qApp);
     QNetworkRequest request = accountRequest("/v1/auth/logout"_L1, accessToken);
     request.setHeader(QNetworkRequest::ContentTypeHeader, u"application/json"_s);
-    discardWhenFinished(manager->post(request, QByteArray()));
+    Http::discardWhenFinished(manager->post(request, QByteArray()));
 }

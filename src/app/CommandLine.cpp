@@ -2,6 +2,7 @@
 
 #include <QDebug>
 
+#include <algorithm>
 #include <array>
 
 using namespace Qt::StringLiterals;
@@ -48,6 +49,15 @@ constexpr std::array kHelpLines{
     "Cache:  ~/.cache/Tarq-Linux/",
 };
 
+// Which words Qt takes for options of its own depends on its version and its plugins, and so does
+// whether the word behind one goes with it. But all of them begin with a dash.
+bool isLeftByQt(const QString& word)
+{
+    return !word.startsWith('-'_L1)
+        || std::any_of(kOptions.begin(), kOptions.end(),
+            [&word](const Option& option) { return word == option.word; });
+}
+
 } // namespace
 
 CommandLine::CommandLine(const QStringList& arguments)
@@ -60,6 +70,16 @@ CommandLine::CommandLine(const QStringList& arguments)
             return;
         }
     }
+}
+
+CommandLine::Mode CommandLine::foreseenMode(int argc, char* argv[])
+{
+    QStringList words;
+    for (int i = 0; i < argc; ++i) {
+        words.append(QString::fromLocal8Bit(argv[i]));
+    }
+    const bool certain = std::all_of(words.begin(), words.end(), isLeftByQt);
+    return certain ? CommandLine(words).mode() : Mode::Run;
 }
 
 float CommandLine::floatArgument(float fallback) const

@@ -18,7 +18,11 @@ public:
         Run,
     };
 
+    /// Of the arguments that the application object leaves, which takes out what is meant for Qt.
     explicit CommandLine(const QStringList& arguments);
+
+    /// The mode before there is an application object: Run unless it is certain to be another.
+    [[nodiscard]] static Mode foreseenMode(int argc, char* argv[]);
 
     [[nodiscard]] Mode mode() const { return m_mode; }
     /// The word behind the option as a number; the fallback if it is missing or no number.

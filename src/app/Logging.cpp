@@ -1,10 +1,10 @@
 #include "app/Logging.h"
 
 #include "Deployment.h"
+#include "network/Http.h"
+#include "network/NetworkManager.h"
 
 #include <QCoreApplication>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QString>
 #include <QUrl>
@@ -41,12 +41,10 @@ QByteArray crashReport(const QMessageLogContext& context, const QString& message
 // Nobody waits for the request or reads its answer: without a running event loop it never leaves.
 void sendCrashReport(const QByteArray& report)
 {
-    auto* manager = new QNetworkAccessManager;
+    auto* manager = new NetworkManager;
     QNetworkRequest request(QUrl(Deployment::kWorkerBaseUrl + "/v1/crash-report"_L1));
     request.setHeader(QNetworkRequest::ContentTypeHeader, u"application/json"_s);
-    QNetworkReply* reply = manager->post(request, report);
-    QObject::connect(reply, &QNetworkReply::finished, reply, &QNetworkReply::deleteLater);
-    QObject::connect(reply, &QNetworkReply::finished, manager, &QNetworkAccessManager::deleteLater);
+    Http::discardWhenFinished(manager->post(request, report));
 }
 
 void qtMessageHandler(QtMsgType type, const QMessageLogContext& context, const QString& message)

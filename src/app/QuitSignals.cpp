@@ -18,3 +18,9 @@ void installQuitSignals()
     std::signal(SIGINT, signalHandler);
     std::signal(SIGTERM, signalHandler);
 }
+
+int exitStatus(int loopStatus)
+{
+    constexpr int kNeverBegan = -1;
+    return loopStatus == kNeverBegan ? 0 : loopStatus;
+}

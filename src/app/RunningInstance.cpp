@@ -1,9 +1,10 @@
 #include "app/RunningInstance.h"
 
+#include "HeldKeys.h"
 #include "account/SupabaseAuthClient.h"
+#include "app/Client.h"
 #include "app/CommandLine.h"
 #include "app/Connections.h"
-#include "app/Logging.h"
 #include "app/QuitSignals.h"
 #include "app/SessionLifecycle.h"
 #include "app/SmokeModes.h"
@@ -20,9 +21,11 @@
 #include <QApplication>
 #include <QDebug>
 #include <QIcon>
+#include <QQmlApplicationEngine>
 #include <QQmlExtensionPlugin>
 #include <QQuickStyle>
 #include <QQuickWindow>
+#include <QScopeGuard>
 #include <QTimer>
 
 Q_IMPORT_QML_PLUGIN(TarqLinuxPlugin)
@@ -58,6 +61,7 @@ int runApplication(SettingsStore& settings)
     hotkeys.registerSpacebarHold();
     connectHotkeys(hotkeys, pipeline);
 
+    const HeldKeys heldKeys;
     Windows windows(settings, auth, overlay, history, pipeline);
     SessionLifecycle session(settings, auth, overlay, focusMonitor, pipeline, windows);
     connectWindows(overlay, hotkeys, windows);
@@ -66,21 +70,25 @@ int runApplication(SettingsStore& settings)
     windows.showSplash();
     session.begin();
 
-    return QApplication::exec();
+    return exitStatus(QApplication::exec());
 }
 
 } // namespace
 
-int tarqRunInstance(int argc, char* argv[])
+int runInstance(int argc, char* argv[])
 {
-    installQuitSignals();
-    installMessageHandler();
     // Our windows have transparent backgrounds, which must be known before the first one exists.
     QQuickWindow::setDefaultAlphaBuffer(true);
-    if (CommandLine(commandLineWords(argc, argv)).mode() != CommandLine::Mode::Run) {
+    if (CommandLine::foreseenMode(argc, argv) != CommandLine::Mode::Run) {
         doWithoutDisplay();
     }
     QApplication application(argc, argv);
+    // Windows that are open at the end go with the application, after all that they show. They go
+    // first of what it owns, since a window can't do without an application that is whole.
+    const auto windows = qScopeGuard([&application]() {
+        qDeleteAll(application.findChildren<QQmlApplicationEngine*>(Qt::FindDirectChildrenOnly));
+    });
+    keepMediaBackendSilent();
     setIdentity();
     QGuiApplication::setWindowIcon(QIcon(u":/assets/tarq-linux.svg"_s));
     QQuickStyle::setStyle(u"Basic"_s);
@@ -92,6 +100,9 @@ int tarqRunInstance(int argc, char* argv[])
 
     const CommandLine commandLine(QCoreApplication::arguments());
     switch (commandLine.mode()) {
+    case CommandLine::Mode::Help:
+    case CommandLine::Mode::Toggle:
+        return runClientMode(commandLine.mode());
     case CommandLine::Mode::SessionSmoke:
         return runSessionSmoke();
     case CommandLine::Mode::AmplitudeSmoke:
@@ -100,8 +111,6 @@ int tarqRunInstance(int argc, char* argv[])
         return runRecordingWaveSmoke(commandLine);
     case CommandLine::Mode::AudioSmoke:
         return runAudioSmoke(commandLine);
-    case CommandLine::Mode::Help: // over before this module is loaded, like the next
-    case CommandLine::Mode::Toggle:
     case CommandLine::Mode::Run:
         break;
     }

@@ -1,6 +1,7 @@
 #include "app/SmokeModes.h"
 
 #include "app/CommandLine.h"
+#include "app/QuitSignals.h"
 #include "desktop/SessionDetector.h"
 #include "dictation/AmplitudeProcessor.h"
 #include "dictation/AudioCaptureService.h"
@@ -80,7 +81,7 @@ int runRecordingWaveSmoke(const CommandLine& commandLine)
         }
         QCoreApplication::exit(0);
     });
-    return QCoreApplication::exec();
+    return exitStatus(QCoreApplication::exec());
 }
 
 int runAudioSmoke(const CommandLine& commandLine)
@@ -108,5 +109,5 @@ int runAudioSmoke(const CommandLine& commandLine)
         qInfo().noquote() << path;
         QCoreApplication::exit(0);
     });
-    return QCoreApplication::exec();
+    return exitStatus(QCoreApplication::exec());
 }

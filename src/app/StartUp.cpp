@@ -8,17 +8,9 @@
 #include <QDebug>
 #include <QDir>
 #include <QGuiApplication>
+#include <QLoggingCategory>
 
 using namespace Qt::StringLiterals;
-
-QStringList commandLineWords(int argc, char* argv[])
-{
-    QStringList words;
-    for (int i = 0; i < argc; ++i) {
-        words.append(QString::fromLocal8Bit(argv[i]));
-    }
-    return words;
-}
 
 void doWithoutDisplay()
 {
@@ -26,6 +18,17 @@ void doWithoutDisplay()
         // The second is for a Qt that was built without the first.
         qputenv("QT_QPA_PLATFORM", "minimal;xcb");
     }
+}
+
+void keepMediaBackendSilent()
+{
+    for (const char* variable :
+        {"QT_FFMPEG_DECODING_HW_DEVICE_TYPES", "QT_FFMPEG_ENCODING_HW_DEVICE_TYPES"}) {
+        if (qEnvironmentVariableIsEmpty(variable)) {
+            qputenv(variable, ","); // a list without a type
+        }
+    }
+    QLoggingCategory::setFilterRules(u"qt.multimedia.ffmpeg*.info=false"_s);
 }
 
 void setIdentity()

@@ -1,17 +1,17 @@
 #pragma once
 
-#include <QStringList>
-
 class SettingsStore;
 
 // What every start of the program does, whether it becomes the running instance or ends at once.
 
-/// The words of the command line, the program's own name first.
-[[nodiscard]] QStringList commandLineWords(int argc, char* argv[]);
-
 /// For a start that shows nothing: lets Qt run without a display, on its smallest platform, unless
 /// the user has chosen one. To be called before the application object exists.
 void doWithoutDisplay();
+
+/// Qt Multimedia's back end for FFmpeg, since Qt 6.8, looks for video hardware at the first recording
+/// and tells what it found. Neither is wanted of a program that only listens. To be called before
+/// the first use of a microphone; QT_LOGGING_RULES brings the lines back.
+void keepMediaBackendSilent();
 
 /// Names the application, and leaves its end to a quit request alone.
 void setIdentity();

@@ -63,16 +63,15 @@ Windows::Windows(SettingsStore& settings, SupabaseAuthClient& auth, OverlayState
     prepare(History, &m_historyEngine);
 }
 
-// The engines of open windows stay with the application, but what the windows show is about to go.
+// The engines of open windows stay with the application, and outlive what their windows show. Their
+// bindings find null in its place then, which is no news for the log.
 Windows::~Windows()
 {
     for (const QPointer<QQmlApplicationEngine>& engine : m_engines) {
         if (engine != nullptr) {
-            qDeleteAll(engine->rootObjects());
+            engine->setOutputWarningsToStandardError(false);
         }
     }
-    // And those that were closed a moment ago, which waited for the event loop.
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
 void Windows::loadBubble()

@@ -16,8 +16,9 @@ class TranscriptionPipeline;
 
 // Every window of the program: which document it shows, what the document gets, and what ends it.
 // The table in the source is the whole policy. Each window has an engine of its own, since every
-// document requires other properties. Created by main after the services that the documents show,
-// and destroyed before them.
+// document requires other properties. Created after the services that the documents show, and
+// destroyed before them, with the bubble and the history; the windows that are open then stay with
+// the application object, and lose what they show.
 class Windows final : public QObject
 {
     Q_OBJECT
@@ -27,21 +28,28 @@ public:
         HistoryRepository& history, TranscriptionPipeline& pipeline, QObject* parent = nullptr);
     ~Windows() override;
 
-    /// Once in a process. The bubble shows when the model says so; the history stays hidden.
+    /// Once in a process. The bubble then shows whenever the model says so.
     void loadBubble();
+    /// Once in a process. The history stays hidden until it is asked for.
     void loadHistory();
 
+    /// The splash goes by itself, when its document says that it is done.
     void showSplash();
     /// A login window that is open already isn't even raised.
     void showLogin();
+    /// The only end of a login window; does nothing if there is none.
     void closeLogin();
-    /// Does nothing until the history has been loaded.
+    /// Raises the history, if it is loaded.
     void showHistory();
+    /// It stays loaded.
     void hideHistory();
+    /// Opens the settings, or raises those that are open; hiding them is their end.
     void showSettings();
+    /// The same for the about window.
     void showAbout();
-    /// Shows the account that is stored now; a window that is open keeps the one it shows.
+    /// The same for the profile. It shows the account that is stored when it opens.
     void showProfile();
+    /// Does nothing if no profile is open.
     void closeProfile();
 
 private:

@@ -20,6 +20,9 @@ class QSocketNotifier;
 // The toggle channel: a local socket through which a second start of the program talks to the
 // running one. A message is "TOKEN:COMMAND" on a connection of its own, with no reply. The socket
 // admits everybody, so the token, which stands in a private file, is what proves the sender.
+//
+// Each job has a source file: GlobalHotkeyManager.cpp the hotkey, GlobalHotkeyManagerPortal.cpp the
+// attempt on Wayland, and ...Server.cpp and ...Client.cpp the two ends of the channel.
 class GlobalHotkeyManager final : public QObject
 {
     Q_OBJECT
@@ -61,6 +64,9 @@ private slots:
 
 private:
     struct XcbState;
+
+    static constexpr QLatin1StringView kToggleCommand{"toggle"};
+    static constexpr QLatin1StringView kShowHistoryCommand{"show-history"};
 
     void registerX11Grab();
     bool registerWaylandPortalShortcut();

@@ -1,5 +1,7 @@
 #include "desktop/InputFocusMonitor.h"
 
+#include "desktop/ToolProcess.h"
+
 #include <QProcess>
 #include <QStandardPaths>
 #include <QStringList>
@@ -39,9 +41,7 @@ QString outputOf(const QString& program, const QStringList& arguments)
     QProcess process;
     process.start(program, arguments, QIODevice::ReadWrite);
     if (!process.waitForFinished(kToolTimeoutMs)) {
-        // Ended by hand: a QProcess that dies with its program still running complains in the log.
-        process.kill();
-        process.waitForFinished();
+        endTool(process);
         return {};
     }
     if (process.exitCode() != 0) {

@@ -2,6 +2,7 @@
 
 #include "desktop/InputFocusMonitor.h"
 #include "desktop/SessionDetector.h"
+#include "desktop/ToolProcess.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -31,10 +32,8 @@ TextInjectionService::TextInjectionService(InputFocusMonitor* focusMonitor, QObj
 TextInjectionService::~TextInjectionService()
 {
     for (QProcess* process : findChildren<QProcess*>(Qt::FindDirectChildrenOnly)) {
-        // Ended by hand: a QProcess that dies with its program still running complains in the log.
         process->disconnect(this);
-        process->kill();
-        process->waitForFinished();
+        endTool(*process);
     }
 }
 

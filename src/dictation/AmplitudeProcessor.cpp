@@ -13,90 +13,41 @@ constexpr float kFullLevelPeak = 4000.0F;
 constexpr float kInt16Peak = 32767.0F;
 constexpr float kScaleSpan = 0.9F;
 
-// Samples of a block may lie at any address, so they are copied out one by one; compilers turn that
-// into plain (vector) loads.
-template <typename Sample> Sample sampleAt(const char* pcm, qsizetype index)
-{
-    Sample sample;
-    std::memcpy(&sample, pcm + index * static_cast<qsizetype>(sizeof(Sample)), sizeof(Sample));
-    return sample;
-}
-
-float absoluteValue(const QAudioFormat& format, const void* sample)
-{
-    return std::abs(format.normalizedSampleValue(sample));
-}
-
 // The conversion of an integer sample rises with the sample, so the largest absolute value belongs
-// to the lowest or the highest one. Finding these two is a loop over integers that vectorizes;
-// converting every sample is not.
-template <typename Sample> struct IntegerExtremes {
-    Sample lowest = std::numeric_limits<Sample>::max();
-    Sample highest = std::numeric_limits<Sample>::min();
-
-    void add(Sample sample)
-    {
-        lowest = std::min(lowest, sample);
-        highest = std::max(highest, sample);
-    }
-    void add(const IntegerExtremes& other)
-    {
-        lowest = std::min(lowest, other.lowest);
-        highest = std::max(highest, other.highest);
-    }
-};
-
-// Without its sign bit, a float (IEEE 754) compares like the integer with the same bits. What lies
-// above infinity is no number, and doesn't count.
-struct FloatExtreme {
-    qint32 magnitude = 0;
-
-    void add(qint32 bits)
-    {
-        constexpr qint32 kMagnitudeMask = 0x7fffffff;
-        constexpr qint32 kInfinity = 0x7f800000;
-        const qint32 other = bits & kMagnitudeMask;
-        magnitude = std::max(magnitude, other > kInfinity ? 0 : other);
-    }
-    void add(const FloatExtreme& other) { magnitude = std::max(magnitude, other.magnitude); }
-};
-
-// Goes through the four quarters of a block side by side: in a single row each comparison would
-// wait for the one before.
-template <typename Extreme, typename Sample> Extreme extremeOf(const char* pcm, qsizetype count)
-{
-    Extreme first;
-    Extreme second;
-    Extreme third;
-    Extreme fourth;
-    const qsizetype quarter = count / 4;
-    for (qsizetype i = 0; i < quarter; ++i) {
-        first.add(sampleAt<Sample>(pcm, i));
-        second.add(sampleAt<Sample>(pcm, i + quarter));
-        third.add(sampleAt<Sample>(pcm, i + 2 * quarter));
-        fourth.add(sampleAt<Sample>(pcm, i + 3 * quarter));
-    }
-    for (qsizetype i = 4 * quarter; i < count; ++i) {
-        first.add(sampleAt<Sample>(pcm, i));
-    }
-    third.add(fourth);
-    first.add(second);
-    first.add(third);
-    return first;
-}
-
+// to the lowest or the highest one. Finding these two is a loop that the compiler vectorizes;
+// converting every sample is not. Samples may lie at any address, hence the copies.
 template <typename Sample>
 float largestInteger(const char* pcm, qsizetype count, const QAudioFormat& format)
 {
-    const auto extremes = extremeOf<IntegerExtremes<Sample>, Sample>(pcm, count);
-    return std::max(
-        absoluteValue(format, &extremes.lowest), absoluteValue(format, &extremes.highest));
+    Sample lowest = std::numeric_limits<Sample>::max();
+    Sample highest = std::numeric_limits<Sample>::min();
+    for (qsizetype i = 0; i < count; ++i) {
+        Sample sample;
+        std::memcpy(&sample, pcm + i * qsizetype(sizeof(sample)), sizeof(sample));
+        lowest = std::min(lowest, sample);
+        highest = std::max(highest, sample);
+    }
+    // By value: a variable whose address is taken stays in memory, and its loop isn't vectorized.
+    const auto absoluteValue = [&format](Sample sample) {
+        return std::abs(format.normalizedSampleValue(&sample));
+    };
+    return std::max(absoluteValue(lowest), absoluteValue(highest));
 }
 
-float largestFloat(const char* pcm, qsizetype count, const QAudioFormat& format)
+// A float (IEEE 754) without its sign compares like the integer with the same bits, and integers
+// vectorize where floats don't. What lies above infinity is no number, and doesn't count.
+float largestFloat(const char* pcm, qsizetype count)
 {
-    const auto sample = std::bit_cast<float>(extremeOf<FloatExtreme, qint32>(pcm, count).magnitude);
-    return absoluteValue(format, &sample);
+    constexpr qint32 kWithoutSign = 0x7fffffff;
+    constexpr qint32 kInfinity = 0x7f800000;
+    qint32 largest = 0;
+    for (qsizetype i = 0; i < count; ++i) {
+        qint32 bits = 0;
+        std::memcpy(&bits, pcm + i * qsizetype(sizeof(bits)), sizeof(bits));
+        bits &= kWithoutSign;
+        largest = std::max(largest, bits > kInfinity ? 0 : bits);
+    }
+    return std::bit_cast<float>(largest);
 }
 
 float largestAbsoluteValue(const char* pcm, qsizetype count, const QAudioFormat& format)
@@ -109,7 +60,7 @@ float largestAbsoluteValue(const char* pcm, qsizetype count, const QAudioFormat&
     case QAudioFormat::Int32:
         return largestInteger<qint32>(pcm, count, format);
     case QAudioFormat::Float:
-        return largestFloat(pcm, count, format);
+        return largestFloat(pcm, count);
     default:
         return 0.0F;
     }

@@ -1,6 +1,10 @@
 #include "dictation/AudioCaptureService.h"
 
 #include "dictation/CaptureFormat.h"
+#include "dictation/ProcessExit.h"
+#include "dictation/StartDeadline.h"
+#include "storage/FailWith.h"
+#include "storage/PrivateDirectories.h"
 
 #include <QAudioDevice>
 #include <QAudioSource>
@@ -9,6 +13,9 @@
 #include <QIODevice>
 #include <QMediaDevices>
 #include <QUuid>
+
+#include <algorithm>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -56,7 +63,12 @@ bool AudioCaptureService::start(QString* error)
     m_audioSource = std::make_unique<QAudioSource>(device, format);
     connect(m_audioSource.get(), &QAudioSource::stateChanged, this,
         &AudioCaptureService::handleAudioStateChanged);
-    m_audioIoDevice = m_audioSource->start();
+    {
+        const StartDeadline deadline;
+        m_audioIoDevice = m_audioSource->start();
+    }
+    // Qt's connection to the sound server exists from now on, until it is destroyed.
+    skipStaticDestructors();
     // A source that fails at once says so before start() returns, and the session is gone by then.
     if (m_audioIoDevice == nullptr || !isRecording()) {
         m_wavWriter.cancel();
@@ -140,9 +152,7 @@ void AudioCaptureService::handleAudioStateChanged(QAudio::State state)
 
 bool AudioCaptureService::fail(const QString& message, QString* error)
 {
-    if (error != nullptr) {
-        *error = message;
-    }
+    failWith(error, message);
     emit errorOccurred(message);
     return false;
 }
@@ -166,18 +176,13 @@ QString AudioCaptureService::audioErrorToString(QAudio::Error error)
 
 QString AudioCaptureService::createTemporaryOutputPath(QString* error)
 {
-    const auto failWith = [error](const QString& message) {
-        if (error != nullptr) {
-            *error = message;
-        }
-        return QString();
-    };
-    const QDir directory(QDir::home().filePath(u".cache/Tarq-Linux"_s));
+    const QDir directory(cacheRootPath());
     if (!directory.mkpath(u"."_s)) {
-        return failWith(u"Failed to create cache directory: %1"_s.arg(directory.path()));
+        failWith(error, u"Failed to create cache directory: %1"_s.arg(directory.path()));
+        return {};
     }
     // The files inherit no protection but this.
-    QFile::setPermissions(directory.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    QFile::setPermissions(directory.path(), kPrivateDirectoryPermissions);
 
     for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
         const QString name
@@ -186,20 +191,34 @@ QString AudioCaptureService::createTemporaryOutputPath(QString* error)
             return directory.filePath(name);
         }
     }
-    return failWith(u"Failed to allocate a unique temporary WAV file path."_s);
+    failWith(error, u"Failed to allocate a unique temporary WAV file path."_s);
+    return {};
 }
 
 QAudioDevice AudioCaptureService::selectDevice() const
 {
+    const std::optional<QList<QByteArray>> present = m_soundServer.sources();
+    if (present && present->isEmpty()) {
+        // Not even listing them with Qt would come to an end soon.
+        return {};
+    }
+    const auto isPresent = [&present](const QAudioDevice& device) {
+        return !present || present->contains(device.id());
+    };
+    const QList<QAudioDevice> devices = QMediaDevices::audioInputs();
     if (!m_preferredDeviceId.isEmpty()) {
-        const QList<QAudioDevice> devices = QMediaDevices::audioInputs();
         for (const QAudioDevice& device : devices) {
-            if (QString::fromUtf8(device.id()) == m_preferredDeviceId) {
+            if (QString::fromUtf8(device.id()) == m_preferredDeviceId && isPresent(device)) {
                 return device;
             }
         }
     }
-    return QMediaDevices::defaultAudioInput();
+    const QAudioDevice defaultDevice = QMediaDevices::defaultAudioInput();
+    if (isPresent(defaultDevice)) {
+        return defaultDevice;
+    }
+    const auto other = std::find_if(devices.begin(), devices.end(), isPresent);
+    return other != devices.end() ? *other : QAudioDevice();
 }
 
 QAudioFormat AudioCaptureService::selectCaptureFormat(const QAudioDevice& device)

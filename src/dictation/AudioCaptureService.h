@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dictation/SoundServer.h"
 #include "dictation/WavWriter.h"
 
 #include <QAudio>
@@ -65,4 +66,5 @@ private:
     WavWriter m_wavWriter;
     QString m_outputPath;
     QString m_preferredDeviceId;
+    SoundServer m_soundServer;
 };

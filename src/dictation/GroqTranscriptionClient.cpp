@@ -1,7 +1,7 @@
 #include "dictation/GroqTranscriptionClient.h"
 
 #include "Deployment.h"
-#include "storage/JwtUtils.h"
+#include "network/Http.h"
 
 #include <QDebug>
 #include <QFile>
@@ -13,6 +13,9 @@
 #include <QNetworkRequest>
 #include <QTimer>
 #include <QUrl>
+
+#include <memory>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -62,11 +65,6 @@ QHttpPart wavPart(QFile* file)
     return part;
 }
 
-int httpStatus(const QNetworkReply& reply)
-{
-    return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-}
-
 // What may go away by itself: no HTTP answer at all, an overloaded or a broken worker.
 bool isTransientStatus(int status, QNetworkReply::NetworkError error)
 {
@@ -82,14 +80,14 @@ GroqTranscriptionClient::GroqTranscriptionClient(QObject* parent)
 {
 }
 
-void GroqTranscriptionClient::transcribe(const QString& filePath, const QString& bearerToken)
+void GroqTranscriptionClient::transcribe(QString filePath, QString bearerToken)
 {
-    const QString token = bearerToken.trimmed();
-    if (token.isEmpty()) {
+    bearerToken = std::move(bearerToken).trimmed();
+    if (bearerToken.isEmpty()) {
         emit transcriptionFailed(u"Not authenticated"_s);
         return;
     }
-    doRequest(filePath, token, 1);
+    doRequest(std::move(filePath), std::move(bearerToken), 1);
 }
 
 void GroqTranscriptionClient::setLanguage(const QString& language)
@@ -98,13 +96,12 @@ void GroqTranscriptionClient::setLanguage(const QString& language)
     m_language = trimmed.isEmpty() ? kAutomaticLanguage : trimmed;
 }
 
-void GroqTranscriptionClient::doRequest(
-    const QString& filePath, const QString& bearerToken, int attempt)
+void GroqTranscriptionClient::doRequest(QString filePath, QString bearerToken, int attempt)
 {
-    auto* file = new QFile(filePath, this);
+    auto file = std::make_unique<QFile>(filePath);
     if (!file->open(QIODevice::ReadOnly)) {
+        // Nothing of the client is touched from here on: a receiver may have deleted it.
         emit transcriptionFailed(u"Cannot open audio file: %1"_s.arg(filePath));
-        file->deleteLater();
         return;
     }
 
@@ -114,25 +111,25 @@ void GroqTranscriptionClient::doRequest(
     if (m_language != kAutomaticLanguage) {
         form->append(textPart(u"language"_s, m_language));
     }
-    form->append(wavPart(file));
-    file->setParent(form);
+    form->append(wavPart(file.get()));
+    file.release()->setParent(form);
 
     QNetworkRequest networkRequest(workerEndpoint());
-    networkRequest.setRawHeader("Authorization", JwtUtils::bearerHeader(bearerToken));
+    networkRequest.setRawHeader("Authorization", Http::bearerHeader(bearerToken));
     networkRequest.setTransferTimeout(kTransferTimeoutMs);
     QNetworkReply* reply = m_networkManager.post(networkRequest, form);
     form->setParent(reply);
-    connect(reply, &QNetworkReply::finished, this, [this, reply, filePath, bearerToken, attempt]() {
-        handleReply(reply, filePath, bearerToken, attempt);
-    });
+    connect(reply, &QNetworkReply::finished, this,
+        [this, reply, filePath = std::move(filePath), bearerToken = std::move(bearerToken),
+            attempt]() { handleReply(reply, filePath, bearerToken, attempt); });
 }
 
 void GroqTranscriptionClient::handleReply(
     QNetworkReply* reply, const QString& filePath, const QString& bearerToken, int attempt)
 {
     reply->deleteLater();
-    const QByteArray body = reply->readAll();
-    const int status = httpStatus(*reply);
+    const QByteArray body = Http::body(*reply);
+    const int status = Http::status(*reply);
 
     if (reply->error() == QNetworkReply::NoError && status < 400) {
         handleTranscript(body);

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QNetworkAccessManager>
+#include "network/NetworkManager.h"
+
 #include <QObject>
 #include <QString>
 
@@ -17,8 +18,9 @@ class GroqTranscriptionClient final : public QObject
 public:
     explicit GroqTranscriptionClient(QObject* parent = nullptr);
 
-    /// A missing token or an unreadable file fails before this returns.
-    void transcribe(const QString& filePath, const QString& bearerToken);
+    /// A missing token or an unreadable file fails before this returns. The arguments are copies,
+    /// since a receiver of the failure may change what they come from.
+    void transcribe(QString filePath, QString bearerToken);
     /// The language that is spoken (ISO 639-1), or "auto", which an empty text means as well.
     void setLanguage(const QString& language);
 
@@ -30,11 +32,11 @@ signals:
     void authExpired();
 
 private:
-    void doRequest(const QString& filePath, const QString& bearerToken, int attempt);
+    void doRequest(QString filePath, QString bearerToken, int attempt);
     void handleReply(
         QNetworkReply* reply, const QString& filePath, const QString& bearerToken, int attempt);
     void handleTranscript(const QByteArray& body);
 
-    QNetworkAccessManager m_networkManager{this};
+    NetworkManager m_networkManager{this};
     QString m_language;
 };

@@ -10,7 +10,8 @@
 // What the bubble shows: the state of the dictation, the wave bars, the warning, and whether the
 // bubble is on the screen at all. It turns gestures into request signals and decides nothing else.
 // The bubble is visible to a signed-in user during a dictation, while a text window has the focus,
-// and for five seconds after that. Created by main; services write it, QML reads it.
+// and for five seconds after that. Created by main; services write it, QML reads it. Not final,
+// since QML derives from whatever type it could construct, also where it is told not to.
 class OverlayStateModel : public QObject
 {
     Q_OBJECT

@@ -5,21 +5,10 @@
 #include <QDebug>
 #include <QFile>
 
-using namespace Qt::StringLiterals;
-
-namespace {
-
-constexpr int kWaveIntervalMs = 50;
-
-} // namespace
-
 RecordingWaveController::RecordingWaveController(OverlayStateModel* overlay, QObject* parent)
     : QObject(parent)
     , m_overlay(overlay)
 {
-    m_waveTimer.setObjectName(u"waveTimer"_s);
-    m_waveTimer.setTimerType(Qt::PreciseTimer);
-    m_waveTimer.setInterval(kWaveIntervalMs);
     connect(&m_waveTimer, &QTimer::timeout, this, &RecordingWaveController::publishWaveFrame);
     connect(&m_audioCapture, &AudioCaptureService::audioChunkCaptured, this,
         &RecordingWaveController::handleAudioChunkCaptured);

@@ -2,9 +2,9 @@
 
 #include "dictation/AmplitudeProcessor.h"
 #include "dictation/AudioCaptureService.h"
+#include "dictation/WaveTimer.h"
 
 #include <QObject>
-#include <QTimer>
 
 class OverlayStateModel;
 
@@ -35,5 +35,5 @@ private:
     OverlayStateModel* const m_overlay;
     AudioCaptureService m_audioCapture{this};
     AmplitudeProcessor m_amplitude;
-    QTimer m_waveTimer{this};
+    WaveTimer m_waveTimer{this};
 };

@@ -13,7 +13,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kWaveIntervalMs = 50;
 constexpr int kWarningMs = 60000;
 constexpr int kMaxDurationMs = 120000;
 constexpr qint64 kToggleGuardMs = 300;
@@ -27,9 +26,6 @@ TranscriptionPipeline::TranscriptionPipeline(OverlayStateModel* overlay, History
     , m_history(history)
     , m_textInjection(new TextInjectionService(focusMonitor, this))
 {
-    m_waveTimer.setObjectName(u"waveTimer"_s);
-    m_waveTimer.setTimerType(Qt::PreciseTimer);
-    m_waveTimer.setInterval(kWaveIntervalMs);
     m_maxDurationTimer.setObjectName(u"maxDurationTimer"_s);
     m_maxDurationTimer.setSingleShot(true);
     m_maxDurationTimer.setInterval(kMaxDurationMs);

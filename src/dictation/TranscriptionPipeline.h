@@ -3,6 +3,7 @@
 #include "dictation/AmplitudeProcessor.h"
 #include "dictation/AudioCaptureService.h"
 #include "dictation/GroqTranscriptionClient.h"
+#include "dictation/WaveTimer.h"
 
 #include <QObject>
 #include <QString>
@@ -67,7 +68,7 @@ private:
     AmplitudeProcessor m_amplitude;
     GroqTranscriptionClient m_transcriptionClient{this};
     TextInjectionService* const m_textInjection;
-    QTimer m_waveTimer{this};
+    WaveTimer m_waveTimer{this};
     QTimer m_maxDurationTimer{this};
     QTimer m_warningTimer{this};
     QString m_apiKey;

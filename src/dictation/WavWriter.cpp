@@ -1,5 +1,7 @@
 #include "dictation/WavWriter.h"
 
+#include "storage/FailWith.h"
+
 #include <limits>
 
 using namespace Qt::StringLiterals;
@@ -43,14 +45,6 @@ void appendLittleEndian32(QByteArray& bytes, quint32 value)
 bool writeAll(QIODevice& device, const QByteArray& bytes)
 {
     return device.write(bytes) == bytes.size();
-}
-
-bool failWith(QString* error, const QString& message)
-{
-    if (error != nullptr) {
-        *error = message;
-    }
-    return false;
 }
 
 } // namespace

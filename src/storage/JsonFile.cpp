@@ -1,19 +1,15 @@
 #include "storage/JsonFile.h"
 
+#include "storage/FailWith.h"
+#include "storage/PrivateDirectories.h"
+
+#include <QFile>
 #include <QJsonDocument>
 #include <QSaveFile>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-bool failWith(QString* error, const QString& message, const QString& path)
-{
-    if (error != nullptr) {
-        *error = message.arg(path);
-    }
-    return false;
-}
 
 // Nothing if the file can't be opened, a null document if it can't be parsed.
 std::optional<QJsonDocument> readDocument(const QString& path)
@@ -41,19 +37,19 @@ bool writeJsonFile(const QString& path, const QByteArray& content, QString* erro
 {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        return failWith(error, u"Failed to open file: %1"_s, path);
+        return failWith(error, u"Failed to open file: %1"_s.arg(path));
     }
     // Restricted before the first byte is in it: by the umask alone others could read it until the
     // rename below.
     file.setPermissions(kPrivateFilePermissions);
     if (file.write(content) != content.size()) {
-        return failWith(error, u"Failed to write file: %1"_s, path);
+        return failWith(error, u"Failed to write file: %1"_s.arg(path));
     }
     if (!commitWhole(file)) {
-        return failWith(error, u"Failed to finalize file: %1"_s, path);
+        return failWith(error, u"Failed to finalize file: %1"_s.arg(path));
     }
     if (!QFile::setPermissions(path, kPrivateFilePermissions)) {
-        return failWith(error, u"Failed to set file permissions: %1"_s, path);
+        return failWith(error, u"Failed to set file permissions: %1"_s.arg(path));
     }
     return true;
 }

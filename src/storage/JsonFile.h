@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QFile>
 #include <QJsonObject>
 #include <QString>
 
@@ -10,10 +9,6 @@ class QSaveFile;
 
 // Reading and writing the small JSON files of the private directory. Everything that is written
 // here is readable by its owner alone.
-
-inline constexpr QFile::Permissions kPrivateFilePermissions = QFile::ReadOwner | QFile::WriteOwner;
-inline constexpr QFile::Permissions kPrivateDirectoryPermissions
-    = kPrivateFilePermissions | QFile::ExeOwner;
 
 /// Ends a save: the new file takes the place of the old one, unless any byte of it is missing.
 bool commitWhole(QSaveFile& file);

@@ -41,12 +41,4 @@ bool isExpired(const QString& token, qint64 leewayMs)
     return QDateTime::currentMSecsSinceEpoch() + leewayMs >= expiry;
 }
 
-QByteArray bearerHeader(const QString& token)
-{
-    // Qt sends a value as it is, and what follows a line break would be a header of its own. The
-    // token comes from a server or a file, so these three become blanks (RFC 9110, 5.5).
-    QByteArray value = "Bearer " + token.toUtf8();
-    return value.replace('\r', ' ').replace('\n', ' ').replace('\0', ' ');
-}
-
 } // namespace JwtUtils

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <QByteArray>
 #include <QJsonObject>
 #include <QString>
 
 // Reads a JSON Web Token (RFC 7519) without checking its signature: the token is the server's
-// business, and here it only tells when it will stop being accepted, and goes into requests.
+// business, and here it only tells when it will stop being accepted.
 namespace JwtUtils {
 
 /// The claims of the token; empty if it isn't of the form header.payload or doesn't decode.
@@ -17,8 +16,5 @@ namespace JwtUtils {
 /// Whether the token expires within the next `leewayMs` milliseconds, or has. A token that doesn't
 /// tell its expiry counts as expired.
 [[nodiscard]] bool isExpired(const QString& token, qint64 leewayMs);
-
-/// The value of the header Authorization that carries the token (RFC 6750).
-[[nodiscard]] QByteArray bearerHeader(const QString& token);
 
 } // namespace JwtUtils

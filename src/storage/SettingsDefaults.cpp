@@ -4,11 +4,6 @@
 
 using namespace Qt::StringLiterals;
 
-QString configRootPath()
-{
-    return QDir::home().filePath(u".config/Tarq-Linux"_s);
-}
-
 QByteArray defaultSettingsJson()
 {
     return "{\n"

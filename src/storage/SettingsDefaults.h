@@ -6,9 +6,6 @@
 // The fixed paths and texts that the settings store starts from. The texts are written byte for
 // byte.
 
-/// Always below the home directory: the XDG base directory variables move nothing.
-QString configRootPath();
-
 QByteArray defaultSettingsJson();
 QByteArray defaultKeysJson();
 QByteArray defaultHistoryJson();

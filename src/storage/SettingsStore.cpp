@@ -1,7 +1,8 @@
 #include "storage/SettingsStore.h"
 
+#include "storage/FailWith.h"
 #include "storage/JsonFile.h"
-#include "storage/JwtUtils.h"
+#include "storage/PrivateDirectories.h"
 #include "storage/SettingsDefaults.h"
 
 #include <QAudioDevice>
@@ -28,17 +29,9 @@ constexpr auto kTelemetryOptIn = "telemetryOptIn"_L1;
 constexpr auto kTranscriptionLanguage = "transcriptionLanguage"_L1;
 constexpr auto kAutoPunctuation = "autoPunctuation"_L1;
 
-constexpr auto kAccessToken = "accessToken"_L1;
-constexpr auto kRefreshToken = "refreshToken"_L1;
-constexpr auto kExpiresAt = "expiresAt"_L1;
-constexpr auto kUserId = "userId"_L1;
-constexpr auto kUserEmail = "userEmail"_L1;
-
 const QString kDefaultHotkey = u"Super+Space"_s;
 const QString kDefaultLanguage = u"auto"_s;
 
-// A token that ends sooner than this isn't worth starting a session with.
-constexpr qint64 kAuthLeewayMs = 300000;
 constexpr qint64 kStaleRecordingAgeMs = 86400000;
 
 SettingsStore::Paths pathsBelow(const QString& configRoot)
@@ -204,62 +197,21 @@ bool SettingsStore::ensureScaffold(QString* error)
     return complete;
 }
 
-SettingsStore::AuthTokens SettingsStore::loadAuthTokens() const
-{
-    const QJsonObject keys = readJsonObject(m_paths.keysFile).value_or(QJsonObject());
-    AuthTokens tokens;
-    tokens.accessToken = keys.value(kAccessToken).toString();
-    tokens.refreshToken = keys.value(kRefreshToken).toString();
-    tokens.expiresAt = keys.value(kExpiresAt).toInteger(0);
-    tokens.userId = keys.value(kUserId).toString();
-    tokens.userEmail = keys.value(kUserEmail).toString();
-    return tokens;
-}
-
-void SettingsStore::saveAuthTokens(const AuthTokens& tokens) const
-{
-    QJsonObject keys = readJsonObject(m_paths.keysFile).value_or(QJsonObject());
-    keys.insert(kAccessToken, tokens.accessToken);
-    keys.insert(kRefreshToken, tokens.refreshToken);
-    keys.insert(kExpiresAt, tokens.expiresAt);
-    keys.insert(kUserId, tokens.userId);
-    keys.insert(kUserEmail, tokens.userEmail);
-    writeJsonFile(m_paths.keysFile, QJsonDocument(keys).toJson(QJsonDocument::Indented), nullptr);
-}
-
-void SettingsStore::clearAuthTokens() const
-{
-    saveAuthTokens({});
-}
-
-bool SettingsStore::hasValidAuth() const
-{
-    const QString accessToken = loadAuthTokens().accessToken;
-    return !accessToken.isEmpty() && !JwtUtils::isExpired(accessToken, kAuthLeewayMs);
-}
-
 void SettingsStore::cleanStaleCacheFiles() const
 {
     const qint64 cutoffMs = QDateTime::currentMSecsSinceEpoch() - kStaleRecordingAgeMs;
     removeFilesOlderThan(cutoffMs, m_paths.spoolDirectory, u"*.wav"_s);
     // The cache directory isn't ours alone in the way the spool is: only our own names go.
-    removeFilesOlderThan(
-        cutoffMs, QDir::home().filePath(u".cache/Tarq-Linux"_s), u"tarq-linux-*.wav"_s);
+    removeFilesOlderThan(cutoffMs, cacheRootPath(), u"tarq-linux-*.wav"_s);
 }
 
 bool SettingsStore::ensureDirectory(const QString& path, QString* error) const
 {
-    const auto failWith = [&](const QString& message) {
-        if (error != nullptr) {
-            *error = message.arg(path);
-        }
-        return false;
-    };
     if (!QDir().mkpath(path)) {
-        return failWith(u"Failed to create directory: %1"_s);
+        return failWith(error, u"Failed to create directory: %1"_s.arg(path));
     }
     if (!QFile::setPermissions(path, kPrivateDirectoryPermissions)) {
-        return failWith(u"Failed to set directory permissions: %1"_s);
+        return failWith(error, u"Failed to set directory permissions: %1"_s.arg(path));
     }
     return true;
 }
@@ -271,10 +223,7 @@ bool SettingsStore::ensureJsonFile(
         return writeJsonFile(path, defaultContent, error);
     }
     if (!QFile::setPermissions(path, kPrivateFilePermissions)) {
-        if (error != nullptr) {
-            *error = u"Failed to set file permissions: %1"_s.arg(path);
-        }
-        return false;
+        return failWith(error, u"Failed to set file permissions: %1"_s.arg(path));
     }
     return true;
 }

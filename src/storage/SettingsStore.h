@@ -7,7 +7,8 @@
 // Owns the private directory below ~/.config: the user's settings, the tokens of the session, and
 // the sweep of recordings that earlier runs left behind. What is on disk is read once at start;
 // after that memory holds the settings, and each change is written at once. The tokens have no copy
-// in memory: each call goes to the file. Created by main; QML binds to its properties.
+// in memory: each call goes to the file. Created by main; QML binds to its properties. Not final,
+// since QML derives from whatever type it could construct, also where it is told not to.
 class SettingsStore : public QObject
 {
     Q_OBJECT

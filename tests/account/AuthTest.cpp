@@ -1,5 +1,7 @@
 #include "account/AuthTest.h"
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -26,7 +28,12 @@ void AuthTest::init()
     TarqTest::init();
     m_outcomes.clear();
     m_server = std::make_unique<HttpServer>();
-    m_client = std::make_unique<SupabaseAuthClient>(m_server->url(), u"the-key"_s);
+    useClient(std::make_unique<SupabaseAuthClient>(m_server->url(), u"the-key"_s));
+}
+
+void AuthTest::useClient(std::unique_ptr<SupabaseAuthClient> client)
+{
+    m_client = std::move(client);
     connect(m_client.get(), &SupabaseAuthClient::authSuccess, this,
         [this](const SupabaseAuthClient::Session& session) {
             m_outcomes << "success: "_L1 + textOf(session);

@@ -23,6 +23,9 @@ protected:
     /// A test row for each of the four.
     static void addOperations();
 
+    /// Another client in place of the one that each test begins with.
+    void useClient(std::unique_ptr<SupabaseAuthClient> client);
+
     static HttpAnswer noAnswer();
     static HttpAnswer droppedConnection();
     static HttpAnswer rawAnswer(const QByteArray& bytes);

@@ -76,6 +76,11 @@ void BrowserTest::cleanup()
     QTRY_COMPARE(openDescriptors(), m_descriptors);
 }
 
+void BrowserTest::setTimeout(std::chrono::milliseconds timeout)
+{
+    useClient(std::make_unique<SupabaseAuthClient>(m_server->url(), u"the-key"_s, timeout));
+}
+
 quint16 BrowserTest::startFlow()
 {
     m_client->startOAuth(u"google"_s);

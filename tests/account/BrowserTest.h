@@ -5,6 +5,8 @@
 #include <QList>
 #include <QUrl>
 
+#include <chrono>
+
 class QTcpServer;
 class QTcpSocket;
 
@@ -20,6 +22,8 @@ public:
     Q_INVOKABLE void open(const QUrl& url) { m_opened.append(url); }
 
 protected:
+    /// From the next flow on.
+    void setTimeout(std::chrono::milliseconds timeout);
     /// Starts a sign-in, and returns the port that the page is told to come back to.
     quint16 startFlow();
     [[nodiscard]] quint16 redirectPort() const;

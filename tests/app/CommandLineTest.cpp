@@ -1,6 +1,8 @@
 #include "app/CommandLine.h"
 #include "support/TarqTest.h"
 
+#include <QVarLengthArray>
+
 using namespace Qt::StringLiterals;
 using Mode = CommandLine::Mode;
 
@@ -11,6 +13,8 @@ class CommandLineTest final : public TarqTest
 private slots:
     void modes_data();
     void modes();
+    void modeIsForeseenOnlyIfQtLeavesEveryWord_data();
+    void modeIsForeseenOnlyIfQtLeavesEveryWord();
     void floatBehindTheOption_data();
     void floatBehindTheOption();
     void wholeNumberBehindTheOption_data();
@@ -50,6 +54,34 @@ void CommandLineTest::modes()
     QFETCH(QStringList, words);
     QFETCH(Mode, mode);
     QCOMPARE(CommandLine(QStringList{u"tarq-linux"_s} + words).mode(), mode);
+}
+
+void CommandLineTest::modeIsForeseenOnlyIfQtLeavesEveryWord_data()
+{
+    QTest::addColumn<QList<QByteArray>>("words");
+    QTest::addColumn<Mode>("mode");
+    QTest::newRow("nothing") << QList<QByteArray>{} << Mode::Run;
+    QTest::newRow("toggle") << QList<QByteArray>{"--toggle"} << Mode::Toggle;
+    QTest::newRow("short help") << QList<QByteArray>{"-h"} << Mode::Help;
+    QTest::newRow("several") << QList<QByteArray>{"--audio-smoke", "--toggle"} << Mode::Toggle;
+    QTest::newRow("without a dash")
+        << QList<QByteArray>{"x", "", "--audio-smoke", "250"} << Mode::AudioSmoke;
+    QTest::newRow("behind a dash") << QList<QByteArray>{"-style", "--toggle"} << Mode::Run;
+    QTest::newRow("before a dash") << QList<QByteArray>{"--toggle", "-reverse"} << Mode::Run;
+    QTest::newRow("unknown to Qt too") << QList<QByteArray>{"--toggle", "--foo"} << Mode::Run;
+    QTest::newRow("not of the locale") << QList<QByteArray>{"--toggle", "\xff"} << Mode::Toggle;
+}
+
+void CommandLineTest::modeIsForeseenOnlyIfQtLeavesEveryWord()
+{
+    QFETCH(QList<QByteArray>, words);
+    QFETCH(Mode, mode);
+    words.prepend("tarq-linux");
+    QVarLengthArray<char*> argv;
+    for (QByteArray& word : words) {
+        argv.append(word.data());
+    }
+    QCOMPARE(CommandLine::foreseenMode(static_cast<int>(argv.size()), argv.data()), mode);
 }
 
 void CommandLineTest::floatBehindTheOption_data()

@@ -1,70 +1,15 @@
-#include "desktop/GlobalHotkeyManager.h"
-#include "support/TarqTest.h"
+#include "desktop/HotkeyTest.h"
 
 #include <QElapsedTimer>
-#include <QProcess>
-#include <QSocketNotifier>
 #include <QTimer>
-
-#include <xcb/xcb.h>
-#include <xcb/xcb_keysyms.h>
-
-#include <cstdlib>
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-constexpr uint16_t kSuper = XCB_MOD_MASK_4;
-constexpr uint16_t kNumLock = XCB_MOD_MASK_2;
-constexpr uint16_t kCapsLock = XCB_MOD_MASK_LOCK;
-
-// Another program that holds Super+Space under some modifiers.
-class OtherGrabber final
-{
-public:
-    explicit OtherGrabber(const QList<uint16_t>& modifiers)
-        : m_connection(xcb_connect(nullptr, nullptr))
-    {
-        const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
-        xcb_key_symbols_t* symbols = xcb_key_symbols_alloc(m_connection);
-        xcb_keycode_t* keycodes = xcb_key_symbols_get_keycode(symbols, 0x20);
-        for (const uint16_t modifier : modifiers) {
-            const xcb_void_cookie_t cookie = xcb_grab_key_checked(m_connection, 0, root, modifier,
-                keycodes[0], XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-            xcb_generic_error_t* error = xcb_request_check(m_connection, cookie);
-            m_complete = m_complete && error == nullptr;
-            std::free(error);
-        }
-        std::free(keycodes);
-        xcb_key_symbols_free(symbols);
-    }
-    ~OtherGrabber() { xcb_disconnect(m_connection); }
-    Q_DISABLE_COPY_MOVE(OtherGrabber)
-
-    [[nodiscard]] bool hasAll() const { return m_complete; }
-
-private:
-    xcb_connection_t* m_connection;
-    bool m_complete = true;
-};
-
-bool run(const QString& program, const QStringList& arguments)
-{
-    return QProcess::execute(program, arguments) == 0;
-}
-
-} // namespace
-
-// Real keys, pressed by xdotool on a real X server.
-class GlobalHotkeyTest final : public TarqTest
+class GlobalHotkeyTest final : public HotkeyTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void holdTakesOneAndAHalfSeconds();
     void shortHoldDoesNothing();
     void longHoldStartsAtOnceAndStopsAtTheRelease();
@@ -82,55 +27,9 @@ private slots:
     void autoRepeatKeepsAHoldFromLasting();
     void detectableRepeatLetsAHoldLast();
     void otherValuesOfTheVariableAskForNothing();
-    void everyGrabTakenMeansNoHotkey();
-    void oneGrabIsEnough();
-    void grabsGoWithTheManager();
     void noServerMeansNoHotkey();
     void fiveHundredTaps();
-
-private:
-    // A manager whose holds take `holdMs`, so that a test needn't last.
-    void start(int holdMs = 200);
-    void down(const QString& key) { QVERIFY(run(u"xdotool"_s, {u"keydown"_s, key})); }
-    void up(const QString& key) { QVERIFY(run(u"xdotool"_s, {u"keyup"_s, key})); }
-    void setRepeat(bool on) { QVERIFY(run(u"xset"_s, {u"r"_s, on ? u"on"_s : u"off"_s})); }
-    bool isRegistered() const { return m_manager->findChild<QSocketNotifier*>() != nullptr; }
-
-    std::unique_ptr<GlobalHotkeyManager> m_manager;
-    std::unique_ptr<QSignalSpy> m_starts;
-    std::unique_ptr<QSignalSpy> m_stops;
 };
-
-void GlobalHotkeyTest::init()
-{
-    TarqTest::init();
-    setRepeat(false);
-}
-
-void GlobalHotkeyTest::cleanup()
-{
-    for (const QString& key : {u"space"_s, u"super"_s, u"shift"_s, u"ctrl"_s, u"alt"_s}) {
-        up(key);
-    }
-    m_starts.reset();
-    m_stops.reset();
-    m_manager.reset();
-    TarqTest::cleanup();
-}
-
-void GlobalHotkeyTest::start(int holdMs)
-{
-    QTest::ignoreMessage(
-        QtInfoMsg, "Super+Space hold-to-record registered (hold 1.5s to activate)");
-    m_manager = std::make_unique<GlobalHotkeyManager>();
-    m_starts = std::make_unique<QSignalSpy>(
-        m_manager.get(), &GlobalHotkeyManager::recordingStartRequested);
-    m_stops = std::make_unique<QSignalSpy>(
-        m_manager.get(), &GlobalHotkeyManager::recordingStopRequested);
-    m_manager->registerSpacebarHold();
-    QVERIFY(isRegistered());
-    m_manager->findChild<QTimer*>(u"activationTimer"_s)->setInterval(holdMs);
-}
 
 void GlobalHotkeyTest::holdTakesOneAndAHalfSeconds()
 {
@@ -338,43 +237,6 @@ void GlobalHotkeyTest::otherValuesOfTheVariableAskForNothing()
     down(u"super"_s);
     down(u"space"_s);
     QVERIFY(!m_starts->wait(2500));
-}
-
-void GlobalHotkeyTest::everyGrabTakenMeansNoHotkey()
-{
-    const OtherGrabber other(
-        {kSuper, kSuper | kNumLock, kSuper | kCapsLock, kSuper | kNumLock | kCapsLock});
-    QVERIFY(other.hasAll());
-    QTest::ignoreMessage(QtWarningMsg, "Failed to grab spacebar");
-    m_manager = std::make_unique<GlobalHotkeyManager>();
-    m_manager->registerSpacebarHold();
-    QVERIFY(!isRegistered());
-    // Without effect, and without harm.
-    QVERIFY(QMetaObject::invokeMethod(m_manager.get(), "handleXcbEvents"));
-}
-
-void GlobalHotkeyTest::oneGrabIsEnough()
-{
-    const OtherGrabber other({kSuper, kSuper | kNumLock, kSuper | kCapsLock});
-    QVERIFY(other.hasAll());
-    start();
-    QVERIFY(run(u"xdotool"_s, {u"key"_s, u"Num_Lock"_s, u"Caps_Lock"_s}));
-    down(u"super"_s);
-    down(u"space"_s);
-    const bool started = m_starts->wait(5000);
-    QVERIFY(run(u"xdotool"_s, {u"key"_s, u"Num_Lock"_s, u"Caps_Lock"_s}));
-    QVERIFY(started);
-}
-
-void GlobalHotkeyTest::grabsGoWithTheManager()
-{
-    start();
-    m_starts.reset();
-    m_stops.reset();
-    m_manager.reset();
-    const OtherGrabber other(
-        {kSuper, kSuper | kNumLock, kSuper | kCapsLock, kSuper | kNumLock | kCapsLock});
-    QVERIFY(other.hasAll());
 }
 
 void GlobalHotkeyTest::noServerMeansNoHotkey()

@@ -1,4 +1,5 @@
 #include "desktop/GlobalHotkeyManager.h"
+#include "support/RecordedLog.h"
 #include "support/TarqTest.h"
 
 #include <QDBusConnection>
@@ -15,6 +16,19 @@ namespace {
 
 const QString kService = u"org.freedesktop.portal.Desktop"_s;
 const QString kPath = u"/org/freedesktop/portal/desktop"_s;
+
+const QString kTrying = u"info: Wayland session detected — trying GlobalShortcuts portal..."_s;
+const QString kInstructions = u"info: \nWayland hotkey setup:\n"
+                              "   1. Bind a custom keyboard shortcut in your compositor settings\n"
+                              "   2. Set the command to: tarq-linux --toggle\n"
+                              "   3. Suggested key: Super+Space\n"
+                              "   GNOME: Settings → Keyboard → Keyboard Shortcuts → Custom\n"
+                              "   KDE:   System Settings → Shortcuts → Custom Shortcuts\n"
+                              "   sway/hyprland: edit your config and reload"_s;
+const QStringList kAccepted{kTrying,
+    u"info: Wayland portal session requested — if your compositor supports GlobalShortcuts, a "
+    "system dialog will let you bind a key to Tarq."_s,
+    u"info: Otherwise, manually bind 'tarq-linux --toggle' in your compositor settings."_s};
 
 enum class Answer { Accept, Refuse, AcceptSlowly };
 
@@ -113,35 +127,13 @@ private slots:
     void slowPortalIsWaitedFor();
 
 private:
-    static void expectStart()
+    /// Every line of the log, whatever its level.
+    static QStringList linesOfARegistration()
     {
-        QTest::ignoreMessage(
-            QtInfoMsg, "Wayland session detected — trying GlobalShortcuts portal...");
-    }
-    static void expectInstructions()
-    {
-        QTest::ignoreMessage(QtInfoMsg,
-            "\nWayland hotkey setup:\n"
-            "   1. Bind a custom keyboard shortcut in your compositor settings\n"
-            "   2. Set the command to: tarq-linux --toggle\n"
-            "   3. Suggested key: Super+Space\n"
-            "   GNOME: Settings → Keyboard → Keyboard Shortcuts → Custom\n"
-            "   KDE:   System Settings → Shortcuts → Custom Shortcuts\n"
-            "   sway/hyprland: edit your config and reload");
-    }
-    static void expectAcceptance()
-    {
-        QTest::ignoreMessage(QtInfoMsg,
-            "Wayland portal session requested — if your compositor supports GlobalShortcuts, a "
-            "system dialog will let you bind a key to Tarq.");
-        QTest::ignoreMessage(QtInfoMsg,
-            "Otherwise, manually bind 'tarq-linux --toggle' in your compositor settings.");
-    }
-    // Fails on any info line that wasn't announced, by comparing what the handler saw.
-    static void registerOnce()
-    {
+        const RecordedLog log;
         GlobalHotkeyManager manager;
         manager.registerSpacebarHold();
+        return log.lines();
     }
 };
 
@@ -158,24 +150,22 @@ void PortalShortcutTest::absentPortalGivesInstructions()
     const ScopedVariable session("XDG_SESSION_TYPE", sessionType);
     const ScopedVariable x11("DISPLAY");
     const ScopedVariable wayland("WAYLAND_DISPLAY");
-    expectStart();
-    QTest::ignoreMessage(QtInfoMsg,
-        "Wayland: GlobalShortcuts portal not available — use 'tarq-linux --toggle' from your "
-        "compositor's keybinding");
-    expectInstructions();
-    registerOnce();
+    QCOMPARE(linesOfARegistration(),
+        (QStringList{kTrying,
+            u"info: Wayland: GlobalShortcuts portal not available — use 'tarq-linux --toggle' from "
+            "your compositor's keybinding"_s,
+            kInstructions}));
 }
 
 void PortalShortcutTest::refusingPortalGivesInstructions()
 {
     const ScopedVariable session("XDG_SESSION_TYPE", "wayland");
     PortalThread portal(Answer::Refuse);
-    expectStart();
     QTest::ignoreMessage(QtWarningMsg, "Portal CreateSession failed: \"not for you\"");
-    QTest::ignoreMessage(
-        QtInfoMsg, "Wayland fallback: bind 'tarq-linux --toggle' in your compositor settings");
-    expectInstructions();
-    registerOnce();
+    QCOMPARE(linesOfARegistration(),
+        (QStringList{kTrying, u"warning: Portal CreateSession failed: \"not for you\""_s,
+            u"info: Wayland fallback: bind 'tarq-linux --toggle' in your compositor settings"_s,
+            kInstructions}));
     QCOMPARE(portal.stopAndTakeCalls().size(), 1);
 }
 
@@ -183,9 +173,7 @@ void PortalShortcutTest::acceptingPortalGivesNoInstructions()
 {
     const ScopedVariable session("XDG_SESSION_TYPE", "wayland");
     PortalThread portal(Answer::Accept);
-    expectStart();
-    expectAcceptance();
-    registerOnce();
+    QCOMPARE(linesOfARegistration(), kAccepted);
     const QList<QVariantMap> calls = portal.stopAndTakeCalls();
     QCOMPARE(calls.size(), 1);
     QCOMPARE(calls.first().size(), 2);
@@ -200,9 +188,7 @@ void PortalShortcutTest::slowPortalIsWaitedFor()
 {
     const ScopedVariable session("XDG_SESSION_TYPE", "wayland");
     PortalThread portal(Answer::AcceptSlowly);
-    expectStart();
-    expectAcceptance();
-    registerOnce();
+    QCOMPARE(linesOfARegistration(), kAccepted);
     QCOMPARE(portal.stopAndTakeCalls().size(), 1);
 }
 

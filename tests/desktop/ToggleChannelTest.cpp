@@ -204,6 +204,10 @@ void ToggleChannelTest::handWrittenMessageIsAccepted_data()
                                                    << ":toggle\r\n"_ba;
     QTest::newRow("white space around") << " \n\t"_ba
                                         << ":toggle \n"_ba;
+    QTest::newRow("byte order mark before the token") << "\xef\xbb\xbf"_ba
+                                                      << ":toggle"_ba;
+    QTest::newRow("byte order mark before the command") << ""_ba
+                                                        << ":\xef\xbb\xbftoggle"_ba;
 }
 
 void ToggleChannelTest::handWrittenMessageIsAccepted()
@@ -246,8 +250,8 @@ void ToggleChannelTest::otherMessageIsDropped_data()
     QTest::newRow("two commands") << "TOKEN:toggle\nTOKEN:toggle"_ba;
     QTest::newRow("100 kB of blanks") << "TOKEN:toggle"_ba + QByteArray(100000, ' ') + 'x';
     QTest::newRow("blanks only") << "  \n "_ba;
-    QTest::newRow("byte order mark before the token") << "\xef\xbb\xbfTOKEN:toggle"_ba;
-    QTest::newRow("byte order mark before the command") << "TOKEN:\xef\xbb\xbftoggle"_ba;
+    QTest::newRow("two byte order marks") << "\xef\xbb\xbf\xef\xbb\xbfTOKEN:toggle"_ba;
+    QTest::newRow("byte order mark behind the token") << "TOKEN\xef\xbb\xbf:toggle"_ba;
     QTest::newRow("broken UTF-8") << "\xff\xfe:toggle"_ba;
 }
 

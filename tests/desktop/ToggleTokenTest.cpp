@@ -27,7 +27,8 @@ private slots:
     void tokenIsARandomUuid();
     void tokenFileIsPrivateAndWithoutALineFeed();
     void tokenIsNewAtEachStart();
-    void tokenIsReadTrimmed();
+    void tokenIsReadAsTrimmedText_data();
+    void tokenIsReadAsTrimmedText();
     void missingTokenReadsAsEmpty();
 
 private:
@@ -79,10 +80,25 @@ void ToggleTokenTest::tokenIsNewAtEachStart()
     QVERIFY(GlobalHotkeyManager::readToken() != firstToken);
 }
 
-void ToggleTokenTest::tokenIsReadTrimmed()
+void ToggleTokenTest::tokenIsReadAsTrimmedText_data()
 {
-    writeFile(configPath(u"ipc-token"_s), " \n token \r\n"_ba);
-    QCOMPARE(GlobalHotkeyManager::readToken(), u"token"_s);
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("token");
+
+    QTest::newRow("white space around") << " \n token \r\n"_ba << u"token"_s;
+    QTest::newRow("byte order mark") << "\xef\xbb\xbftoken\n"_ba << u"token"_s;
+    QTest::newRow("byte order mark, then white space") << "\xef\xbb\xbf token"_ba << u"token"_s;
+    // It marks the order of the bytes only where it is the first of them.
+    QTest::newRow("white space, then the mark") << " \xef\xbb\xbftoken"_ba << u"\ufefftoken"_s;
+    QTest::newRow("only the mark") << "\xef\xbb\xbf"_ba << QString();
+}
+
+void ToggleTokenTest::tokenIsReadAsTrimmedText()
+{
+    QFETCH(const QByteArray, content);
+    QFETCH(const QString, token);
+    writeFile(configPath(u"ipc-token"_s), content);
+    QCOMPARE(GlobalHotkeyManager::readToken(), token);
 }
 
 void ToggleTokenTest::missingTokenReadsAsEmpty()

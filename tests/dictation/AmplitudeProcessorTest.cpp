@@ -32,8 +32,8 @@ template <typename Sample> QByteArray pcmOf(std::initializer_list<Sample> sample
 float plainLevel(const QByteArray& pcm, const QAudioFormat& format)
 {
     float largest = 0.0F;
-    for (qsizetype at = 0; at + format.bytesPerSample() <= pcm.size();
-         at += format.bytesPerSample()) {
+    const int step = format.bytesPerSample();
+    for (qsizetype at = 0; at + step <= pcm.size(); at += step) {
         const float value = std::abs(format.normalizedSampleValue(pcm.constData() + at));
         if (value > largest) {
             largest = value;

@@ -1,23 +1,17 @@
 #include "Deployment.h"
-#include "dictation/GroqTranscriptionClient.h"
-#include "support/HttpServer.h"
-#include "support/TarqTest.h"
+#include "dictation/TranscriptionTest.h"
 
 #include <QElapsedTimer>
 #include <QNetworkReply>
 #include <QNetworkRequest>
-#include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
 
-class TranscriptionClientTest final : public TarqTest
+class TranscriptionClientTest final : public TranscriptionTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void requestHasTheFormOfTheEndpoint();
     void fileIsReadAndNeverTouched();
     void blankTokenSendsNothing();
@@ -46,65 +40,7 @@ private slots:
     void transferTimesOutAfterAMinute();
     void retryKeepsItsToken();
     void destructionWhileWaitingIsSafe();
-
-private:
-    // The one signal that ended the transcription, as "name: argument"; waits for it.
-    QString outcome(int timeoutMs = 8000);
-    void transcribe(const QString& token = u"the-token"_s);
-    static void expectRetryWarning(int attempt, const QString& delay);
-
-    std::unique_ptr<HttpServer> m_server;
-    std::unique_ptr<GroqTranscriptionClient> m_client;
-    std::unique_ptr<ScopedVariable> m_workerUrl;
-    QStringList m_outcomes;
 };
-
-void TranscriptionClientTest::init()
-{
-    TarqTest::init();
-    writeFile(homePath(u"tarq-linux-1.wav"_s), "RIFF of a speech"_ba);
-    m_outcomes.clear();
-    m_server = std::make_unique<HttpServer>();
-    m_workerUrl = std::make_unique<ScopedVariable>("WORKER_URL", m_server->url().toUtf8());
-    m_client = std::make_unique<GroqTranscriptionClient>();
-    connect(m_client.get(), &GroqTranscriptionClient::transcriptionFinished, this,
-        [this](const QString& text) { m_outcomes << "finished: "_L1 + text; });
-    connect(m_client.get(), &GroqTranscriptionClient::transcriptionFailed, this,
-        [this](const QString& error) { m_outcomes << "failed: "_L1 + error; });
-    connect(m_client.get(), &GroqTranscriptionClient::authExpired, this,
-        [this]() { m_outcomes << u"expired"_s; });
-}
-
-void TranscriptionClientTest::cleanup()
-{
-    m_client.reset();
-    m_server.reset();
-    m_workerUrl.reset();
-    TarqTest::cleanup();
-}
-
-QString TranscriptionClientTest::outcome(int timeoutMs)
-{
-    if (!QTest::qWaitFor([this]() { return !m_outcomes.isEmpty(); }, timeoutMs)) {
-        return u"(nothing)"_s;
-    }
-    // A second signal would have been queued behind the first.
-    QCoreApplication::processEvents();
-    return m_outcomes.join(u" | "_s);
-}
-
-void TranscriptionClientTest::transcribe(const QString& token)
-{
-    m_client->transcribe(homePath(u"tarq-linux-1.wav"_s), token);
-}
-
-void TranscriptionClientTest::expectRetryWarning(int attempt, const QString& delay)
-{
-    QTest::ignoreMessage(QtWarningMsg,
-        QRegularExpression(
-            u"^Transcription transient error \\(attempt %1 of 3 \\): .+ — retrying in %2 ms$"_s.arg(
-                QString::number(attempt), delay)));
-}
 
 void TranscriptionClientTest::requestHasTheFormOfTheEndpoint()
 {

@@ -1,5 +1,9 @@
+import functools
+import os
 import unittest
+from unittest import mock
 
+from harness import audio
 from harness.microphone import Microphone
 from harness.session import Session
 
@@ -7,11 +11,24 @@ SENTENCE = "go forward ten meters"
 WAV_HEADER_BYTES = 44
 
 
-class MicrophoneTest(unittest.TestCase):
-    def setUp(self):
-        self.session = self.enterContext(Session())
-        self.microphone = Microphone(self.session).start()
+def on_each_server(test):
+    """Run the test once on every audio server that this machine has."""
 
+    @functools.wraps(test)
+    def run(self):
+        for name in audio.installed():
+            with (
+                self.subTest(name),
+                mock.patch.dict(os.environ, TARQ_AUDIO_SERVER=name),
+                Session() as self.session,
+            ):
+                self.microphone = Microphone(self.session).start()
+                test(self)
+
+    return run
+
+
+class MicrophoneTest(unittest.TestCase):
     def heard(self) -> str:
         """What a recogniser makes of the spoken sentence."""
         recording = self.session.tmp / "heard.wav"
@@ -26,20 +43,34 @@ class MicrophoneTest(unittest.TestCase):
         recognise = ["pocketsphinx_continuous", "-infile", recording, "-logfn", "/dev/null"]
         return self.session.run(recognise).stdout.strip()
 
+    @on_each_server
     def test_carries_speech(self):
         self.assertEqual(self.heard(), SENTENCE)
 
+    @on_each_server
     def test_is_the_only_input_and_the_default(self):
         sources = self.session.run(["pactl", "list", "short", "sources"]).stdout.splitlines()
         names = [line.split("\t")[1] for line in sources]
         self.assertEqual([name for name in names if not name.endswith(".monitor")], ["mic"])
         self.assertEqual(self.session.run(["pactl", "get-default-source"]).stdout, "mic\n")
 
+    @on_each_server
     def test_works_again_after_a_crash_of_the_server(self):
         self.microphone.kill()
         self.assertNotEqual(self.session.run(["pactl", "info"], check=False).returncode, 0)
         self.microphone.start()
         self.assertEqual(self.heard(), SENTENCE)
+
+
+class ServersTest(unittest.TestCase):
+    def test_machine_has_one(self):
+        self.assertTrue(audio.installed())
+
+    @on_each_server
+    def test_chosen_server_is_the_one_that_runs(self):
+        info = self.session.run(["pactl", "info"]).stdout
+        is_pipewire = "on PipeWire" in info
+        self.assertEqual(is_pipewire, os.environ["TARQ_AUDIO_SERVER"] == "pipewire", info)
 
 
 if __name__ == "__main__":

@@ -1,4 +1,7 @@
+#include "Animations.h"
 #include "Fixture.h"
+#include "HeldKeys.h"
+#include "Keyboard.h"
 
 #include <QAccessible>
 #include <QCursor>
@@ -23,6 +26,8 @@ public slots:
     void applicationAvailable()
     {
         m_fixture = std::make_unique<Fixture>();
+        m_heldKeys = std::make_unique<HeldKeys>();
+        m_keyboard = std::make_unique<Keyboard>();
         QCoreApplication::setApplicationVersion(u"0.1.1"_s);
         QQuickWindow::setDefaultAlphaBuffer(true);
         QQuickStyle::setStyle(u"Basic"_s);
@@ -35,6 +40,8 @@ public slots:
     {
         engine->addImportPath(u"qrc:/"_s);
         engine->rootContext()->setContextProperty(u"fixture"_s, m_fixture.get());
+        engine->rootContext()->setContextProperty(u"keyboard"_s, m_keyboard.get());
+        engine->rootContext()->setContextProperty(u"animations"_s, &m_animations);
         // Quick Test would end with the first quit, whether it is its own or a document's.
         disconnect(engine, &QQmlEngine::quit, nullptr, nullptr);
         connect(engine, &QQmlEngine::quit, m_fixture.get(), &Fixture::handleQuit);
@@ -47,6 +54,9 @@ public slots:
 
 private:
     std::unique_ptr<Fixture> m_fixture;
+    std::unique_ptr<HeldKeys> m_heldKeys;
+    std::unique_ptr<Keyboard> m_keyboard;
+    Animations m_animations;
 };
 
 QUICK_TEST_MAIN_WITH_SETUP(interface, Setup)

@@ -24,8 +24,6 @@ private slots:
     void tokenExpiresByItsClaimAndTheLeeway();
     void tokenThatDoesntTellItsExpiryIsExpired_data();
     void tokenThatDoesntTellItsExpiryIsExpired();
-    void headerIsOneLine_data();
-    void headerIsOneLine();
 };
 
 void JwtUtilsTest::claimsAreDecoded()
@@ -163,23 +161,6 @@ void JwtUtilsTest::tokenThatDoesntTellItsExpiryIsExpired()
 {
     QFETCH(const QByteArray, claims);
     QTEST(JwtUtils::isExpired(tokenWithClaims(claims), 300000), "expired");
-}
-
-void JwtUtilsTest::headerIsOneLine_data()
-{
-    QTest::addColumn<QString>("token");
-    QTest::addColumn<QByteArray>("header");
-
-    QTest::newRow("token") << u"a.b-_.c"_s << "Bearer a.b-_.c"_ba;
-    QTest::newRow("beyond ASCII") << u"ä"_s << "Bearer ä"_ba;
-    QTest::newRow("line breaks") << u"a\r\nX: b\nc"_s << "Bearer a  X: b c"_ba;
-    QTest::newRow("zero") << u"a\0b"_s << "Bearer a b"_ba;
-}
-
-void JwtUtilsTest::headerIsOneLine()
-{
-    QFETCH(const QString, token);
-    QTEST(JwtUtils::bearerHeader(token), "header");
 }
 
 QTEST_GUILESS_MAIN(JwtUtilsTest)

@@ -33,9 +33,10 @@ class SecondUser final
 public:
     explicit SecondUser(const QString& directory)
         : m_directory(::open(QFile::encodeName(directory).constData(), O_RDONLY | O_DIRECTORY))
-        , m_seen(new (::mmap(nullptr, sizeof(Seen), PROT_READ | PROT_WRITE,
-              MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Seen)
     {
+        void* const shared = ::mmap(
+            nullptr, sizeof(Seen), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        m_seen = new (shared) Seen;
         m_pid = ::fork();
         if (m_pid == 0) {
             tryForEver();
@@ -100,7 +101,7 @@ private:
     }
 
     const int m_directory;
-    Seen* m_seen;
+    Seen* m_seen = nullptr; // shared by both
     pid_t m_pid = 0;
 };
 

@@ -45,8 +45,7 @@ void TarqTest::writeFile(const QString& path, const QByteArray& content)
 
 unsigned int TarqTest::modeOf(const QString& path)
 {
-    struct stat status {
-    };
+    struct stat status = {};
     return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 0777U : 0;
 }
 

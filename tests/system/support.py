@@ -1,6 +1,7 @@
 """What several of the system tests share."""
 
 import os
+import signal
 import subprocess
 import time
 import unittest
@@ -96,6 +97,13 @@ def samples_of(recording: Path) -> bytes:
         samples = wav.readframes(wav.getnframes())
     assert recording.stat().st_size == 44 + len(samples), "the header states another length"
     return samples
+
+
+def catches_signal(pid: int, number: signal.Signals) -> bool:
+    """Whether a program has come as far as its own handler."""
+    status = Path(f"/proc/{pid}/status").read_text()
+    caught = int(status.split("SigCgt:")[1].split()[0], 16)
+    return bool(caught >> (number - 1) & 1)
 
 
 def let_handle_everything(channel: Path) -> None:
