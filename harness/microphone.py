@@ -16,16 +16,16 @@ class Microphone:
 
     def __init__(self, session: Session) -> None:
         self._session = session
-        self._server = audio_server(session)
+        self.server = audio_server(session)
 
     def start(self) -> "Microphone":
         """Start the server; possible again after kill()."""
-        self._server.start()
+        self.server.start()
         return self
 
     def kill(self) -> None:
         """End the server as a crash would."""
-        self._server.kill()
+        self.server.kill()
 
     def speak(self, text: str) -> None:
         """Say a text, and return when it has been said."""

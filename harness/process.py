@@ -126,6 +126,9 @@ class Process:
             self._reap(timeout)
         return self.kill()
 
+    def send_signal(self, number: signal.Signals) -> None:
+        self._popen.send_signal(number)
+
     def kill(self) -> int:
         """SIGKILL to the whole group; returns the exit status."""
         try:

@@ -1,8 +1,10 @@
 """Audio servers of a session's own: PulseAudio, or PipeWire where that isn't installed.
 
-Each is a class with start(), which is possible again after kill(), and with kill(), an end as
-of a crash. When start() returns there is a sink "virtmic", and a single source "mic", the default,
-that hears what is played into it. Clients of PulseAudio can't tell which of the two they talk to.
+Each is a class with the same operations. When start() returns there is a sink "virtmic", and a
+single source "mic", the default, that hears what is played into it. kill() ends the server as a
+crash would, and start() is possible again. A server that is frozen answers nobody, until thaw();
+a suspended one answers, but lets no recording begin until resume(). Clients of PulseAudio can't
+tell which of the two they talk to.
 """
 
 import os

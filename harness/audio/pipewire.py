@@ -1,6 +1,7 @@
 """PipeWire in a session, with the two programs that make an audio server of it."""
 
 import shutil
+import signal
 from pathlib import Path
 
 from harness.process import Process
@@ -18,7 +19,8 @@ OWN_CONFIG = Path(__file__).with_name("pipewire")
 class PipeWire:
     def __init__(self, session: Session) -> None:
         self._session = session
-        self._processes: list[Process] = []
+        self._processes: dict[str, Process] = {}
+        self._filter: Process | None = None
 
     @staticmethod
     def is_installed() -> bool:
@@ -37,17 +39,36 @@ class PipeWire:
             "DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={session.runtime}/no-system-bus",
         }
         sockets = {"pipewire": "pipewire-0", "pipewire-pulse": "pulse/native"}
-        self._processes = []
         for program in PROGRAMS:
-            self._processes.append(session.spawn([program], env=env))
+            self._processes[program] = session.spawn([program], env=env)
             if program in sockets:
                 session.wait_for_socket(session.runtime / sockets[program], program)
         # It takes connections before it has its devices.
         session.wait_until(self._choose_default, "the microphone")
 
     def kill(self) -> None:
-        for process in reversed(self._processes):
-            process.kill()
+        for program in reversed(PROGRAMS):
+            self._processes[program].kill()
+
+    def freeze(self) -> None:
+        self._processes["pipewire-pulse"].send_signal(signal.SIGSTOP)
+
+    def thaw(self) -> None:
+        self._processes["pipewire-pulse"].send_signal(signal.SIGCONT)
+
+    def suspend(self) -> None:
+        # A source that is suspended by hand wakes up for a recording, unlike PulseAudio's. One that
+        # another program provides, as a filter does, waits for that program.
+        self._session.run(["pactl", "unload-module", "module-remap-source"])
+        self._filter = self._session.spawn(
+            ["pw-loopback", "--channels=1", "--capture-props=stream.capture.sink=true"]
+            + ["--playback-props=node.name=mic media.class=Audio/Source"]
+        )
+        self._session.wait_until(self._choose_default, "the microphone")
+        self._filter.send_signal(signal.SIGSTOP)
+
+    def resume(self) -> None:
+        self._filter.send_signal(signal.SIGCONT)
 
     def _choose_default(self) -> bool:
         choose = ["pactl", "set-default-source", "mic"]

@@ -1,6 +1,7 @@
 """PulseAudio in a session; the package's own words tell what it gives."""
 
 import shutil
+import signal
 
 from harness.process import Process
 from harness.session import Session
@@ -40,3 +41,15 @@ class PulseAudio:
 
     def kill(self) -> None:
         self._server.kill()
+
+    def freeze(self) -> None:
+        self._server.send_signal(signal.SIGSTOP)
+
+    def thaw(self) -> None:
+        self._server.send_signal(signal.SIGCONT)
+
+    def suspend(self) -> None:
+        self._session.run(["pactl", "suspend-source", "mic", "1"])
+
+    def resume(self) -> None:
+        self._session.run(["pactl", "suspend-source", "mic", "0"])

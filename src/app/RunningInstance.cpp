@@ -11,6 +11,9 @@
 #include "app/StartUp.h"
 #include "app/Tray.h"
 #include "app/Windows.h"
+#include "assist/AssistFeatures.h"
+#include "assist/MissingServerNotice.h"
+#include "assist/SecondStart.h"
 #include "desktop/GlobalHotkeyManager.h"
 #include "desktop/InputFocusMonitor.h"
 #include "dictation/OverlayStateModel.h"
@@ -38,11 +41,15 @@ namespace {
 // order in which they stand is the order in which they may use each other; they die in reverse.
 int runApplication(SettingsStore& settings)
 {
+    const Assist::Features assist = Assist::wantedFeatures();
     const QString supabaseUrl = qEnvironmentVariable("SUPABASE_URL");
     const QString supabaseAnonKey = qEnvironmentVariable("SUPABASE_ANON_KEY");
     if (supabaseUrl.isEmpty() || supabaseAnonKey.isEmpty()) {
         qCritical().noquote()
             << "SUPABASE_URL and SUPABASE_ANON_KEY must be set in environment or .env";
+        if (assist.testFlag(Assist::Feature::Start)) {
+            Assist::showMissingServerNotice(Assist::installedDocuments());
+        }
         return 1;
     }
 
@@ -58,6 +65,9 @@ int runApplication(SettingsStore& settings)
 
     GlobalHotkeyManager hotkeys;
     hotkeys.setupIpcServer(kIpcName);
+    if (assist.testFlag(Assist::Feature::Repeat)) {
+        qputenv("TARQ_X11_DETECTABLE_REPEAT", "1");
+    }
     hotkeys.registerSpacebarHold();
     connectHotkeys(hotkeys, pipeline);
 
@@ -65,6 +75,11 @@ int runApplication(SettingsStore& settings)
     Windows windows(settings, auth, overlay, history, pipeline);
     SessionLifecycle session(settings, auth, overlay, focusMonitor, pipeline, windows);
     connectWindows(overlay, hotkeys, windows);
+    if (assist.testFlag(Assist::Feature::Start)) {
+        Assist::presentLoginAtSecondStart(
+            hotkeys, settings, [&windows]() { return windows.isHistoryLoaded(); },
+            [&windows]() { windows.presentLogin(); });
+    }
     connectAccountRequests(settings, overlay);
     buildTray(settings, overlay, windows);
     windows.showSplash();

@@ -1,6 +1,7 @@
 #include "app/Windows.h"
 
 #include "account/SupabaseAuthClient.h"
+#include "app/DocumentNetwork.h"
 #include "app/WindowHints.h"
 #include "dictation/OverlayStateModel.h"
 #include "dictation/TranscriptionPipeline.h"
@@ -107,9 +108,19 @@ void Windows::showLogin()
     }
 }
 
+void Windows::presentLogin()
+{
+    openOrRaise(Login);
+}
+
 void Windows::closeLogin()
 {
     close(Login);
+}
+
+bool Windows::isHistoryLoaded() const
+{
+    return rootOf(m_historyEngine) != nullptr;
 }
 
 void Windows::showHistory()
@@ -155,6 +166,7 @@ void Windows::closeProfile()
 void Windows::prepare(Name name, QQmlApplicationEngine* engine)
 {
     m_engines[name] = engine;
+    restrictNetwork(*engine);
     engine->addImportPath(u"qrc:/"_s);
     engine->setInitialProperties(m_policies[name].properties);
 }

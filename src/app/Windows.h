@@ -37,8 +37,11 @@ public:
     void showSplash();
     /// A login window that is open already isn't even raised.
     void showLogin();
+    /// Opens the login window, or brings the one that there is to the screen and to the front.
+    void presentLogin();
     /// The only end of a login window; does nothing if there is none.
     void closeLogin();
+    [[nodiscard]] bool isHistoryLoaded() const;
     /// Raises the history, if it is loaded.
     void showHistory();
     /// It stays loaded.

@@ -1,5 +1,4 @@
-// The other end of the toggle channel, in a process that lives for nothing else. In a file of its
-// own, so that such a process links neither X11 nor D-Bus.
+// The other end of the toggle channel, in a process that lives for nothing else.
 
 #include "desktop/GlobalHotkeyManager.h"
 

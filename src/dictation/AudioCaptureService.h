@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dictation/SoundServer.h"
+#include "audio/SoundServer.h"
 #include "dictation/WavWriter.h"
 
 #include <QAudio>

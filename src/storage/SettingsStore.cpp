@@ -1,5 +1,6 @@
 #include "storage/SettingsStore.h"
 
+#include "audio/SoundServer.h"
 #include "storage/FailWith.h"
 #include "storage/JsonFile.h"
 #include "storage/PrivateDirectories.h"
@@ -138,9 +139,14 @@ QVariantList SettingsStore::audioInputDevices() const
 {
     const QAudioDevice defaultDevice = QMediaDevices::defaultAudioInput();
     const QList<QAudioDevice> devices = QMediaDevices::audioInputs();
+    // Qt goes on listing what has been taken away.
+    const std::optional<QList<QByteArray>> present = SoundServer().sources();
     QVariantList records;
     records.reserve(devices.size());
     for (const QAudioDevice& device : devices) {
+        if (present && !present->contains(device.id())) {
+            continue;
+        }
         records.append(QVariantMap{
             {u"id"_s, QString::fromUtf8(device.id())},
             {u"name"_s, device.description()},

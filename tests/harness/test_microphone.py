@@ -1,6 +1,8 @@
 import functools
 import os
 import unittest
+from array import array
+from pathlib import Path
 from unittest import mock
 
 from harness import audio
@@ -28,11 +30,17 @@ def on_each_server(test):
     return run
 
 
+def peak(recording: Path) -> int:
+    return max(map(abs, array("h", recording.read_bytes()[WAV_HEADER_BYTES:])))
+
+
 class MicrophoneTest(unittest.TestCase):
-    def heard(self) -> str:
-        """What a recogniser makes of the spoken sentence."""
+    def recording(self) -> Path:
+        """Of the spoken sentence."""
         recording = self.session.tmp / "heard.wav"
         form = ["--file-format=wav", "--rate=16000", "--channels=1", "--format=s16le"]
+        # Of a long latency the recorder would lose as much at its end.
+        form += ["--latency-msec=50"]
         recorder = self.session.spawn(["parecord", "--device=mic", *form, recording])
         self.session.wait_until(
             lambda: recording.exists() and recording.stat().st_size > WAV_HEADER_BYTES,
@@ -40,12 +48,22 @@ class MicrophoneTest(unittest.TestCase):
         )
         self.microphone.speak(SENTENCE)
         recorder.stop()
+        return recording
+
+    def heard(self) -> str:
+        """What a recogniser makes of the spoken sentence."""
+        recording = self.recording()
         recognise = ["pocketsphinx_continuous", "-infile", recording, "-logfn", "/dev/null"]
         return self.session.run(recognise).stdout.strip()
 
     @on_each_server
     def test_carries_speech(self):
         self.assertEqual(self.heard(), SENTENCE)
+
+    @on_each_server
+    def test_is_as_loud_as_what_is_said(self):
+        said = peak(self.microphone.recording_of(SENTENCE))
+        self.assertAlmostEqual(peak(self.recording()) / said, 1, delta=0.05)
 
     @on_each_server
     def test_is_the_only_input_and_the_default(self):

@@ -36,6 +36,7 @@ class InstalledFilesTest(unittest.TestCase):
     def test_desktop_entry(self):
         entry = self.share / "applications" / "tarq-linux.desktop"
         self.assertEqual(output("desktop-file-validate", entry), "")
+        self.assertIn("\nExec=env TARQ_ASSIST=all tarq-linux\n", entry.read_text())
         self.assertIn("\nExec=tarq-linux\n", entry.read_text())
         self.assertIn("\nExec=tarq-linux --toggle\n", entry.read_text())
 
@@ -49,7 +50,7 @@ class InstalledFilesTest(unittest.TestCase):
     def test_metainfo_shows_the_pictures_of_the_documents(self):
         images = ElementTree.parse(self.metainfo).getroot().iterfind("screenshots/screenshot/image")
         shown = {image.text.rpartition("/")[2] for image in images}
-        self.assertEqual(shown, {path.name for path in (PROJECT / "docs" / "pictures").iterdir()})
+        self.assertEqual(shown, {path.name for path in (PROJECT / "docs" / "pictures").glob("*.png")})
 
     def test_icons_have_the_size_of_their_folder(self):
         for size in SIZES:

@@ -59,9 +59,7 @@ void AudioInputsTest::listIsMadeAnewAtEachCall()
     QVERIFY(AudioSources::add(u"second"_s));
     QTRY_COMPARE(listedIds(store), (QStringList{u"mic"_s, u"second"_s}));
     QVERIFY(AudioSources::removeAll());
-    // Qt 6.8 looks again only when there is something new.
-    QVERIFY(AudioSources::add(u"third"_s));
-    QTRY_COMPARE(listedIds(store), (QStringList{u"third"_s}));
+    QTRY_COMPARE(listedIds(store), QStringList{});
 }
 
 QTEST_GUILESS_MAIN(AudioInputsTest)

@@ -1,8 +1,6 @@
 """A sound server that would let the program wait for ever."""
 
 import json
-import os
-import signal
 import unittest
 
 from harness.log import check_log
@@ -88,14 +86,13 @@ class SilentServerTest(AudioFreezeTestCase):
     def test_server_that_does_not_answer_costs_a_recording_and_no_more(self):
         self.expected_log = [NO_INPUT, NOT_PASTED]
         self.backend.set_transcript("heard")
-        server = int((self.desktop.runtime / "pulse" / "pid").read_text())
-        os.kill(server, signal.SIGSTOP)
+        self.microphone.server.freeze()
         self.toggle()
         self.tarq.process.wait_for(
             lambda lines: sum("No audio input device" in line for line in lines) == 2, "its refusal"
         )
         self.assertEqual(self.tarq.recordings(), [])
-        os.kill(server, signal.SIGCONT)
+        self.microphone.server.thaw()
         self.check_recorded_from("mic")
 
 
@@ -104,7 +101,7 @@ class SuspendedMicrophoneTest(AudioFreezeTestCase):
 
     def setUp(self) -> None:
         super().setUp()
-        self.pactl("suspend-source", "mic", "1")
+        self.microphone.server.suspend()
 
     def test_recording_that_never_begins_ends_the_program(self):
         self.tarq.sign_in()
@@ -121,7 +118,7 @@ class SuspendedMicrophoneTest(AudioFreezeTestCase):
         toggle = self.tarq.command("--toggle")
         self.assertEqual((toggle.status, toggle.lines), (1, [NO_INSTANCE.strip()]))
 
-        self.pactl("suspend-source", "mic", "0")
+        self.microphone.server.resume()
         self.start_tarq()
         self.start_recording()
         self.assertEqual(self.recorded(), "mic")
