@@ -35,8 +35,10 @@ Item {
         anchors.right: parent.right
         anchors.rightMargin: 8
         anchors.verticalCenter: parent.verticalCenter
-        width: Math.max(32, implicitWidth)
+        width: 32
         height: 32
+        leftPadding: 0
+        rightPadding: 0
         text: field.showPw ? qsTr("Hide") : qsTr("Show")
         font.pixelSize: 10
         font.bold: true
