@@ -56,6 +56,7 @@ FramelessWindow {
         rightItems: LoginForm {
             id: form
 
+            objectName: "form"
             anchors.fill: parent
             target: loginWindow
             isSignUp: loginWindow.isSignUp

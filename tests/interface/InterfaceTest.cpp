@@ -1,3 +1,4 @@
+#include "Animations.h"
 #include "Fixture.h"
 #include "HeldKeys.h"
 #include "Keyboard.h"
@@ -40,6 +41,7 @@ public slots:
         engine->addImportPath(u"qrc:/"_s);
         engine->rootContext()->setContextProperty(u"fixture"_s, m_fixture.get());
         engine->rootContext()->setContextProperty(u"keyboard"_s, m_keyboard.get());
+        engine->rootContext()->setContextProperty(u"animations"_s, &m_animations);
         // Quick Test would end with the first quit, whether it is its own or a document's.
         disconnect(engine, &QQmlEngine::quit, nullptr, nullptr);
         connect(engine, &QQmlEngine::quit, m_fixture.get(), &Fixture::handleQuit);
@@ -54,6 +56,7 @@ private:
     std::unique_ptr<Fixture> m_fixture;
     std::unique_ptr<HeldKeys> m_heldKeys;
     std::unique_ptr<Keyboard> m_keyboard;
+    Animations m_animations;
 };
 
 QUICK_TEST_MAIN_WITH_SETUP(interface, Setup)

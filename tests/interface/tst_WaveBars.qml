@@ -2,11 +2,12 @@ import QtQuick
 import QtTest
 import TarqLinux
 
-Item {
+Rectangle {
     id: root
 
     width: 100
     height: 60
+    color: "black"
 
     ThemeTokens {
         id: theme
@@ -55,6 +56,16 @@ Item {
             fuzzyCompare(bar(1).height, 1.8, 0.01);
             // Centred in its cell, so that it grows to both sides.
             fuzzyCompare(bar(2).y + bar(2).height / 2, 9, 0.01);
+        }
+
+        function test_barsFillTheirCells() {
+            bars.barScales = [1.0, 1.0, 1.0, 1.0, 1.0];
+            tryVerify(() => Math.abs(bar(3).height - 18) < 0.01);
+            waitForRendering(bars);
+            const picture = grabImage(bars);
+            for (let x = 0; x < 27; ++x) {
+                compare(picture.red(x, 9), x % 6 < 3 ? 0xF7 : 0, "column " + x);
+            }
         }
 
         function test_looks() {
