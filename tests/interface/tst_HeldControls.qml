@@ -51,7 +51,6 @@ WindowTestCase {
 
     function initTestCase() {
         verify(fixture.addMicrophone("mic"));
-        fixture.startWorker();
     }
 
     // Returns when the window has gone, and what it shows may go.

@@ -15,13 +15,11 @@ from tests.system.support import WORKER_PORT
 LOGIN = "Tarq — Sign In"
 PROFILE = "Tarq — Profile"
 SETTINGS = "Tarq — Settings"
-HISTORY = "Tarq"
 
 # As an X server repeats unless it is told otherwise: the first after 660 ms, then 25 in a second.
 REPEAT = ("660", "25")
 HOLD_S = 1.4
 CLICK_KEYS = ("space", "Return", "KP_Enter")
-TRANSCRIPTS = [f"transcript number {number}" for number in range(4)]
 CAPTURING = "Press the keys you want to use, or Escape to cancel."
 
 
@@ -98,14 +96,7 @@ class HeldKeysTestCase(DictationTestCase):
 class HeldKeysTest(HeldKeysTestCase):
     def setUp(self):
         super().setUp()
-        self.tarq.sign_in()
-        now = int(time.time() * 1000)
-        entries = [
-            {"id": now - number, "text": text, "createdAt": now - number}
-            for number, text in enumerate(TRANSCRIPTS)
-        ]
-        (self.tarq.config / "history.json").write_text(json.dumps({"entries": entries}))
-        self.start_tarq(signed_in=False)
+        self.start_tarq()
 
     def test_held_key_never_deletes_the_account(self):
         self.open("Profile", PROFILE)
@@ -157,18 +148,6 @@ class HeldKeysTest(HeldKeysTestCase):
                 self.wait_setting("recordingHotkey", name)
                 shown = {element.name for element in self.interface.elements(SETTINGS)}
                 self.assertNotIn(CAPTURING, shown)
-
-    def test_held_key_deletes_one_transcript(self):
-        self.assertEqual(self.tarq.command().status, 0)
-        self.wait_active(HISTORY)
-        for count, key in enumerate(("Return", "space"), start=1):
-            self.reach("Delete", HISTORY)
-            self.hold(key)
-            # A click comes with the release, or before.
-            self.desktop.wait_until(
-                lambda: len(self.tarq.history()) < len(TRANSCRIPTS) - count + 1, "the deletion"
-            )
-            self.assertEqual(self.tarq.history(), TRANSCRIPTS[count:], key)
 
 
 class HeldKeysAtLoginTest(HeldKeysTestCase):
