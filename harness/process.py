@@ -119,7 +119,7 @@ class Process:
         self._finish_reading()
         return status
 
-    def stop(self, timeout: float = 5.0) -> int:
+    def stop(self, timeout: float = DEADLINE_S) -> int:
         """SIGTERM, and SIGKILL to what is left of the group; returns the exit status."""
         if self.status is None:
             self._popen.terminate()

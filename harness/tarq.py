@@ -138,7 +138,7 @@ class Tarq:
         if self._runs and self.process.status is None:
             if not at_once:
                 self._session.wait_until(self._has_no_children, "the end of the tools it runs")
-            self.process.stop(timeout=DEADLINE_S)
+            self.process.stop()
         for run in self._runs:
             expected = -signal.SIGKILL if run.pid in self._killed else 0
             assert run.status == expected, f"exit status {run.status}\n{run.log()}"

@@ -15,7 +15,7 @@ public:
     SoundServer();
 
     /// The ids of the sources that are there now. Nothing if nobody can tell, for want of the tool
-    /// or of a server; an empty list if the server doesn't answer within two seconds.
+    /// or of a server; an empty list if the server doesn't answer within five seconds.
     [[nodiscard]] std::optional<QList<QByteArray>> sources() const;
 
 private:

@@ -24,6 +24,7 @@ private slots:
     void secondStartInASignalIsAFlowOfItsOwn();
     void firstFlowIsDeafUntilItIsGone();
     void firstFlowsTimerLeavesTheSecondAlone();
+    void timeoutDiesWithItsListener();
     void timeoutIsTwoMinutes();
     void timeoutClosesTheListener();
     void earlierSocketIsServedAfterTheTimeout();
@@ -167,6 +168,22 @@ void OAuthLifecycleTest::firstFlowsTimerLeavesTheSecondAlone()
         ended = true;
     });
     QTRY_VERIFY_WITH_TIMEOUT(ended, 30000);
+}
+
+void OAuthLifecycleTest::timeoutDiesWithItsListener()
+{
+    constexpr int kTimeoutMs = 1000;
+    const int before = runningTimers(kTimeoutMs);
+    setTimeout(std::chrono::milliseconds(kTimeoutMs));
+    startFlow();
+    startFlow();
+    QTRY_COMPARE(m_client->findChildren<QTcpServer*>().size(), 1);
+    QCOMPARE(runningTimers(kTimeoutMs), before + 2);
+    QTest::ignoreMessage(
+        QtWarningMsg, "OAuth: timed out waiting for callback (browser may have been blocked)");
+    QCOMPARE(outcome(), kTimedOut);
+    QTRY_COMPARE(runningTimers(kTimeoutMs), before);
+    QCOMPARE(m_outcomes, QStringList{kTimedOut});
 }
 
 void OAuthLifecycleTest::timeoutIsTwoMinutes()

@@ -24,6 +24,8 @@ private slots:
     void tokenWithALineBreakAddsNoHeader();
     void exportIsSavedAsItCame_data();
     void exportIsSavedAsItCame();
+    void exportIsNamedByTheLocalTime_data();
+    void exportIsNamedByTheLocalTime();
     void exportsOfTwoSecondsAreTwoFiles();
     void exportIntoAFolderThatIsMissing();
     void exportThatCannotBeSaved();
@@ -122,6 +124,33 @@ void AccountRequestsTest::exportIsSavedAsItCame()
     const QDateTime named = QDateTime::fromString(match.captured(2), u"yyyyMMdd-HHmmss"_s);
     QVERIFY(named.secsTo(QDateTime::currentDateTime()) >= 0);
     QVERIFY(before.secsTo(named) >= -1);
+}
+
+void AccountRequestsTest::exportIsNamedByTheLocalTime_data()
+{
+    QTest::addColumn<QByteArray>("zone");
+    QTest::addColumn<int>("offsetMinutes");
+    QTest::newRow("far east") << "EAST-14"_ba << 14 * 60;
+    QTest::newRow("far west") << "WEST+11"_ba << -11 * 60;
+    QTest::newRow("quarter of an hour") << "MIDDLE-5:45"_ba << 5 * 60 + 45;
+}
+
+void AccountRequestsTest::exportIsNamedByTheLocalTime()
+{
+    QFETCH(QByteArray, zone);
+    QFETCH(int, offsetMinutes);
+    const auto localTime = [offsetMinutes]() {
+        return QDateTime::currentDateTimeUtc()
+            .addSecs(offsetMinutes * 60)
+            .toString(u"'/tarq-export-'yyyyMMdd-HHmmss'.json'"_s);
+    };
+    const ScopedVariable timeZone("TZ", zone);
+    m_worker->answerWith({{200, "{}"}});
+    const QString earliest = localTime();
+    exportAccountData(*m_settings, *m_overlay);
+    QTRY_VERIFY(!error().isEmpty());
+    const QString name = error().sliced(error().lastIndexOf(u'/'));
+    QVERIFY2(earliest <= name && name <= localTime(), qPrintable(name));
 }
 
 void AccountRequestsTest::exportsOfTwoSecondsAreTwoFiles()

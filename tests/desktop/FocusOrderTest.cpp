@@ -1,4 +1,5 @@
 #include "desktop/InputFocusMonitor.h"
+#include "desktop/PatientWaits.h"
 #include "desktop/ScriptedTools.h"
 #include "support/TarqTest.h"
 
@@ -60,6 +61,7 @@ private:
         return found;
     }
 
+    const PatientWaits m_patience;
     std::unique_ptr<ScriptedTools> m_tools;
 };
 

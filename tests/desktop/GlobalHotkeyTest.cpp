@@ -42,7 +42,8 @@ void GlobalHotkeyTest::holdTakesOneAndAHalfSeconds()
 
 void GlobalHotkeyTest::shortHoldDoesNothing()
 {
-    start(1500);
+    // Longer than a busy machine takes for the release.
+    start(5000);
     down(u"super"_s);
     down(u"space"_s);
     QVERIFY(!m_starts->wait(1300));
@@ -82,16 +83,16 @@ void GlobalHotkeyTest::quickTapsDoNothing()
 
 void GlobalHotkeyTest::eachPressCountsFromZero()
 {
-    start(1000);
+    start(10'000);
     const auto* timer = m_manager->findChild<QTimer*>(u"activationTimer"_s);
     down(u"super"_s);
     down(u"space"_s);
-    QTRY_VERIFY(timer->isActive() && timer->remainingTime() < 700);
+    QTRY_VERIFY(timer->isActive() && timer->remainingTime() < 8000);
     up(u"space"_s);
     QTRY_VERIFY(!timer->isActive());
     down(u"space"_s);
     QTRY_VERIFY(timer->isActive());
-    QVERIFY(timer->remainingTime() > 700);
+    QVERIFY(timer->remainingTime() > 8500);
 }
 
 void GlobalHotkeyTest::repeatedPressesAreOneHold()

@@ -1,4 +1,5 @@
 #include "desktop/InputFocusMonitor.h"
+#include "desktop/PatientWaits.h"
 #include "desktop/ScriptedTools.h"
 #include "support/TarqTest.h"
 
@@ -81,6 +82,7 @@ private:
         return values;
     }
 
+    const PatientWaits m_patience;
     std::unique_ptr<ScriptedTools> m_tools;
 };
 

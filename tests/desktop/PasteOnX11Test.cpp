@@ -1,4 +1,5 @@
 #include "desktop/InputFocusMonitor.h"
+#include "desktop/PatientWaits.h"
 #include "desktop/TerminalWindow.h"
 #include "desktop/TextInjectionService.h"
 #include "support/TarqTest.h"
@@ -69,6 +70,7 @@ private:
         QTRY_VERIFY(monitor.hasInputFocus());
     }
 
+    const PatientWaits m_patience;
     std::unique_ptr<TerminalWindow> m_windowBehind;
 };
 

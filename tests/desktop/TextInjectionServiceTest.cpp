@@ -1,5 +1,6 @@
 #include "desktop/TextInjectionService.h"
 #include "desktop/InputFocusMonitor.h"
+#include "desktop/PatientWaits.h"
 #include "desktop/ScriptedTools.h"
 #include "support/TarqTest.h"
 
@@ -108,6 +109,7 @@ private:
         return monitor;
     }
 
+    const PatientWaits m_patience;
     std::unique_ptr<ScriptedTools> m_tools;
     std::unique_ptr<ScopedVariable> m_session;
 };

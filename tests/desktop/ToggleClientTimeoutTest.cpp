@@ -54,9 +54,8 @@ public:
             qMin(static_cast<size_t>(name.size()), sizeof(address.sun_path) - 1));
         const auto* generic = reinterpret_cast<const sockaddr*>(&address);
         m_sockets.append(::socket(AF_UNIX, SOCK_STREAM, 0));
-        ::bind(m_sockets.first(), generic, sizeof(address));
+        int result = ::bind(m_sockets.first(), generic, sizeof(address));
         ::listen(m_sockets.first(), 0);
-        int result = 0;
         while (result == 0) {
             m_sockets.append(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0));
             result = ::connect(m_sockets.last(), generic, sizeof(address));

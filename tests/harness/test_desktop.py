@@ -7,7 +7,7 @@ from pathlib import Path
 from unittest import mock
 
 from harness.desktop import VirtualDesktop
-from harness.process import DEADLINE_S, Process
+from harness.process import Process
 from harness.session import Session, processes_with_home
 
 REPOSITORY = Path(__file__).resolve().parents[2]
@@ -92,7 +92,7 @@ class InterruptedHarnessTest(unittest.TestCase):
 
     def test_terminated_cleans_up(self):
         harness, home = self.start()
-        self.assertEqual(harness.stop(timeout=DEADLINE_S), 128 + signal.SIGTERM)
+        self.assertEqual(harness.stop(), 128 + signal.SIGTERM)
         self.assertFalse(home.exists())
         self.assertEqual(list(processes_with_home(home)), [])
 

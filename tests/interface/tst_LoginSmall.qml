@@ -122,7 +122,23 @@ LoginTestCase {
         verifyDrags(left + 100, 24, false);
         verifyDrags(left - 10, 24, true);
         verifyDrags(left - 10, 47, true);
-        compare(form.contentY, scrolled);
         verifyDrags(left - 10, 60, false);
+        compare(form.contentY, scrolled);
+    }
+
+    function test_longDragMovesTheWindowAndScrollsNothing() {
+        const button = item("googleButton");
+        putUnderTheStrip(button);
+        const form = item("form");
+        const scrolled = form.contentY;
+        const x = button.mapToItem(subject.contentItem, 0, 0).x - 10;
+        const y = subject.y;
+        mousePress(subject.contentItem, x, 40);
+        for (const step of [12, 24, 36]) {
+            mouseMove(subject.contentItem, x, 40 - step, -1, Qt.LeftButton);
+        }
+        mouseRelease(subject.contentItem, x, 4);
+        compare(subject.y, y - 12 - 24 - 36);
+        compare(form.contentY, scrolled);
     }
 }

@@ -132,6 +132,37 @@ WindowTestCase {
         verify(subject.visible);
     }
 
+    // By clocks of the same kind, which a busy machine holds up as well.
+    Timer {
+        property bool armed: false
+
+        id: sooner
+
+        interval: 3000
+        onTriggered: sooner.armed = testCase.item("deleteRow").armed
+    }
+
+    Timer {
+        property bool armed: true
+
+        id: later
+
+        interval: 5000
+        onTriggered: later.armed = testCase.item("deleteRow").armed
+    }
+
+    function test_armingLastsFourSeconds() {
+        openFor("anna@example.org");
+        const row = item("deleteRow");
+        const timers = Array.from(row.resources).filter(resource => resource.interval !== undefined);
+        compare(timers.map(timer => timer.interval), [4000]);
+        mouseClick(row);
+        sooner.start();
+        later.start();
+        tryCompare(later, "running", false, 20000);
+        compare([sooner.armed, later.armed], [true, false]);
+    }
+
     function test_lookOfTheButtons() {
         openFor("anna@example.org");
         const download = item("exportButton");

@@ -12,7 +12,7 @@ import time
 import unittest
 
 from harness.desktop import VirtualDesktop
-from harness.process import DeadlineExceeded
+from harness.process import DEADLINE_S, DeadlineExceeded
 from harness.testcase import TarqTestCase
 from harness.tray import StatusNotifierTray
 from tests.system.support import catches_signal
@@ -51,7 +51,8 @@ class QuitStormTest(TarqTestCase):
         pid = self.tarq.process.pid
         self.desktop.wait_until(lambda: catches_signal(pid, self.number), "the handlers")
         self.pause(START_S)
-        while self.tarq.process.status is None:
+        deadline = time.monotonic() + DEADLINE_S
+        while self.tarq.process.status is None and time.monotonic() < deadline:
             os.kill(pid, self.number)
             self.pause(AGAIN_S)
 
@@ -92,8 +93,10 @@ class QuitStormTest(TarqTestCase):
 
     def check_ends(self, what: str) -> None:
         try:
-            if self.tarq.process.status is None:
-                os.kill(self.tarq.process.pid, self.number)
+            # The second may find the first still pending, and then goes to some other thread.
+            for _ in range(self.random.randint(1, 3)):
+                if self.tarq.process.status is None:
+                    os.kill(self.tarq.process.pid, self.number)
             status = self.tarq.process.wait()
         except DeadlineExceeded:
             self.fail(f"{what}: hangs\n{self.stacks()}")
