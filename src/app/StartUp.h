@@ -8,9 +8,9 @@ class SettingsStore;
 /// the user has chosen one. To be called before the application object exists.
 void doWithoutDisplay();
 
-/// Qt Multimedia's back end for FFmpeg, since Qt 6.8, looks for video hardware at the first recording
-/// and tells what it found. Neither is wanted of a program that only listens. To be called before
-/// the first use of a microphone; QT_LOGGING_RULES brings the lines back.
+/// Qt Multimedia's back end for FFmpeg, since Qt 6.8, looks for video hardware at the first
+/// recording and tells what it found. Neither is wanted of a program that only listens. To be
+/// called before the first use of a microphone; QT_LOGGING_RULES brings the lines back.
 void keepMediaBackendSilent();
 
 /// Names the application, and leaves its end to a quit request alone.

@@ -37,8 +37,8 @@ bool AudioSources::removeAll()
 
 bool AudioSources::addSilent(const QString& name, const QString& pipePath)
 {
-    // Reads from a pipe that nobody writes to. PipeWire would make silence of that; as its own driver
-    // it waits for its own clock, which the pipe doesn't have.
+    // Reads from a pipe that nobody writes to. PipeWire would make silence of that; as its own
+    // driver it waits for its own clock, which the pipe doesn't have.
     return !pactl({u"load-module"_s, u"module-pipe-source"_s, "source_name="_L1 + name,
                       "file="_L1 + pipePath, u"source_properties=node.driver=true"_s})
                 .isEmpty();
