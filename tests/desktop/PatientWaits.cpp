@@ -1,6 +1,7 @@
 #include "desktop/PatientWaits.h"
 
 #include <atomic>
+#include <csignal>
 
 #include <poll.h>
 #include <sys/syscall.h>
