@@ -18,6 +18,8 @@ namespace {
 // the current directory, and is the new program after an upgrade.
 std::filesystem::path modulePath(std::error_code& error)
 {
+    // The kernel hands all of its values over as numbers.
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
     const auto* const executed = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
     const auto here = std::filesystem::canonical(executed, error).parent_path();
     const auto beside = here / TARQ_INSTANCE_MODULE;
