@@ -41,8 +41,11 @@ def built_in_worker(session: Session, backend: Backend) -> dict[str, str]:
     The build knows a port of this machine, where nobody listens. A library that is loaded before
     the program's own leads the connections from there to the backend.
     """
-    cache = (build_tree() / "CMakeCache.txt").read_text()
-    port = re.search(r"^TARQ_WORKER_BASE_URL:.*=http://127.0.0.1:(\d+)$", cache, re.M)[1]
+    cache = build_tree() / "CMakeCache.txt"
+    if not cache.exists():  # an installed program, whose worker is on the network
+        return {}
+    worker = re.search(r"^TARQ_WORKER_BASE_URL:.*=http://127.0.0.1:(\d+)$", cache.read_text(), re.M)
+    port = worker[1]
     library = build_tree() / "tests" / "support" / "tarq-redirected-port.so"
     # In the session's own directory: the variable takes no path with a blank.
     preloaded = session.give(Path(shutil.copy(library, session.root)))
