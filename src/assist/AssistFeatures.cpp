@@ -12,7 +12,7 @@ namespace {
 
 struct Name {
     QLatin1StringView word;
-    Feature feature;
+    Feature feature = Feature::Repeat;
 };
 
 constexpr std::array kNames{
