@@ -4,13 +4,10 @@ import json
 import time
 import unittest
 
-from harness.backend import Backend
 from harness.bubble import Bubble
 from harness.desktop import VirtualDesktop
 from harness.interface import Interface
-from harness.tarq import Tarq
-from harness.testcase import DictationTestCase, TarqTestCase, program
-from tests.system.support import WORKER_PORT
+from harness.testcase import DictationTestCase, TarqTestCase
 
 LOGIN = "Tarq — Sign In"
 PROFILE = "Tarq — Profile"
@@ -24,18 +21,16 @@ CAPTURING = "Press the keys you want to use, or Escape to cancel."
 
 
 class HeldKeysTestCase(DictationTestCase):
-    """Tarq on the worker that it was built for, and a keyboard that repeats."""
+    """A keyboard that repeats."""
 
     starts_tarq = False
+    backend_is_built_in_worker = True  # which is asked to delete and to export
 
     def make_session(self):
         return VirtualDesktop(accessibility=True)
 
     def setUp(self):
         super().setUp()
-        self.backend.stop()
-        self.backend = Backend(self.desktop, port=WORKER_PORT)
-        self.tarq = Tarq(self.desktop, program("tarq-linux"), self.backend)
         self.interface = Interface(self.desktop)
         self.desktop.run(["xset", "r", "on", "r", "rate", *REPEAT])
 
