@@ -102,6 +102,8 @@ int runInstance(int argc, char* argv[])
     // first of what it owns, since a window can't do without an application that is whole.
     const auto windows = qScopeGuard([&application]() {
         qDeleteAll(application.findChildren<QQmlApplicationEngine*>(Qt::FindDirectChildrenOnly));
+        // A Canvas has left what it painted on to an event loop that has ended.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     });
     keepMediaBackendSilent();
     setIdentity();

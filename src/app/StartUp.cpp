@@ -2,6 +2,7 @@
 
 #include "Deployment.h"
 #include "app/DotEnv.h"
+#include "storage/PrivateDirectories.h"
 #include "storage/SettingsStore.h"
 
 #include <QCoreApplication>
@@ -42,7 +43,7 @@ void setIdentity()
 
 void loadEnvironmentFiles()
 {
-    loadDotEnv(QDir::home().filePath(u".config/Tarq-Linux/.env"_s));
+    loadDotEnv(QDir(configRootPath()).filePath(u".env"_s));
     loadDotEnv(QCoreApplication::applicationDirPath() + "/.env"_L1);
 }
 

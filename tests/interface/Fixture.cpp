@@ -75,6 +75,7 @@ void Fixture::reset()
     m_overlay.resetWaveScales();
     m_overlay.clearError();
     m_overlay.pingActivity();
+    releaseAuth();
 }
 
 bool Fixture::takeToggle()

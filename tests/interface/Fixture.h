@@ -72,6 +72,8 @@ public:
     // The answer to the next request. A status of 0 closes the connection, -1 says nothing.
     Q_INVOKABLE void answerAuth(int status, const QString& body);
     Q_INVOKABLE void answerWorker(int status, const QString& body);
+    Q_INVOKABLE void holdAuth() { m_authServer.setAnswersHeld(true); }
+    Q_INVOKABLE void releaseAuth() { m_authServer.setAnswersHeld(false); }
     // The worker that the program was built for.
     Q_INVOKABLE void startWorker();
     Q_INVOKABLE void stopWorker() { m_worker.reset(); }

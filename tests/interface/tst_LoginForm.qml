@@ -58,9 +58,11 @@ LoginTestCase {
     function test_signIn() {
         fixture.answerAuth(200, '{"access_token": "t", "user": {"email": "a@b.c"}}');
         fill(" a@b.c ", " 345678 ");
+        fixture.holdAuth();
         mouseClick(item("submitButton"));
         verify(subject.loading);
         compare(success.count, 0);
+        fixture.releaseAuth();
         const request = takeRequest();
         compare(request.method, "POST");
         compare(request.target, "/auth/v1/token?grant_type=password");
@@ -131,8 +133,10 @@ LoginTestCase {
         fixture.answerAuth(200, "{}");
         item("emailField").forceActiveFocus();
         type(" a@b.c ");
+        fixture.holdAuth();
         mouseClick(item("forgotLink"));
         verify(subject.loading);
+        fixture.releaseAuth();
         const request = takeRequest();
         compare(request.target, "/auth/v1/recover");
         compare(JSON.parse(request.body), {email: "a@b.c"});

@@ -2,6 +2,8 @@
 
 #include <QTcpSocket>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -90,8 +92,22 @@ void HttpServer::readFrom(QTcpSocket* socket)
     answer(socket);
 }
 
+void HttpServer::setAnswersHeld(bool held)
+{
+    m_answersHeld = held;
+    for (const QPointer<QTcpSocket>& socket : std::exchange(m_waiting, {})) {
+        if (socket != nullptr) {
+            answer(socket);
+        }
+    }
+}
+
 void HttpServer::answer(QTcpSocket* socket)
 {
+    if (m_answersHeld) {
+        m_waiting.append(socket);
+        return;
+    }
     const HttpAnswer answer
         = m_answers.isEmpty() ? HttpAnswer{599, "no answer prepared"} : m_answers.takeFirst();
     socket->write(answer.raw);

@@ -4,6 +4,7 @@
 #include <QHash>
 #include <QList>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <QTcpServer>
 
@@ -47,6 +48,8 @@ public:
     [[nodiscard]] QString url() const;
     [[nodiscard]] const QList<HttpRequest>& requests() const { return m_requests; }
     void answerWith(const QList<HttpAnswer>& answers) { m_answers = answers; }
+    /// While they are held, no request is answered; afterwards those that still wait are.
+    void setAnswersHeld(bool held);
     /// Whether every client has closed its connection. One that is cut off sends its request again.
     [[nodiscard]] bool isIdle() const { return m_buffers.isEmpty(); }
     /// Stops listening: connections are refused from now on.
@@ -62,6 +65,8 @@ private:
     QHash<QTcpSocket*, QByteArray> m_buffers;
     QList<HttpRequest> m_requests;
     QList<HttpAnswer> m_answers;
+    bool m_answersHeld = false;
+    QList<QPointer<QTcpSocket>> m_waiting;
     // Last, so that its sockets, which empty the buffers as they go, go first.
     QTcpServer m_server;
 };

@@ -160,6 +160,12 @@ class EndTest(JournalTestCase):
             [["LoginWindow", ENGINE], ["SplashWindow", ENGINE], ["QSystemTrayIcon"]],
         )
 
+    def test_what_a_window_has_painted_on_goes_with_it(self):
+        self.start_tarq()
+        Bubble(self.desktop, self.tarq.process.pid).wait_alone()
+        self.assertEqual(self.tarq.process.stop(), 0, self.tarq.process.log())
+        self.assertIn("QQuickContext2DImageTexture", self.happened("death"))
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -15,7 +15,7 @@ from harness.sway import SwaySession
 from wayland import WaylandTestCase, from_guide
 
 # Longer than it takes to click into another window.
-ANSWER_DELAY_MS = 2000
+ANSWER_DELAY_MS = 8000
 
 # What sway makes of 88 and 36 hundredths of its screen, and the bubble's own size.
 RULED_PLACE = {"x": 1126, "y": 288, "width": 138, "height": 110}
