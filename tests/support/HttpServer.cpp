@@ -10,6 +10,16 @@ namespace {
 
 constexpr QByteArrayView kHeadEnd = "\r\n\r\n";
 
+HttpHeaders headersOf(const QList<QByteArray>& lines)
+{
+    HttpHeaders headers;
+    for (const QByteArray& line : lines) {
+        const qsizetype colon = line.indexOf(':');
+        headers.insert(line.first(colon).toLower(), line.sliced(colon + 1).trimmed());
+    }
+    return headers;
+}
+
 } // namespace
 
 QList<FormPart> HttpRequest::formParts() const
@@ -30,7 +40,8 @@ QList<FormPart> HttpRequest::formParts() const
             break;
         }
         const qsizetype bodyStart = head + kHeadEnd.size();
-        parts.append({body.mid(from, head - from), body.mid(bodyStart, next - bodyStart)});
+        parts.append({headersOf(body.mid(from, head - from).split('\n')),
+            body.mid(bodyStart, next - bodyStart)});
         from = next + 2;
     }
     return parts;
@@ -76,10 +87,7 @@ void HttpServer::readFrom(QTcpSocket* socket)
     const QList<QByteArray> words = lines.first().trimmed().split(' ');
     request.method = words.value(0);
     request.target = words.value(1);
-    for (const QByteArray& line : lines.sliced(1)) {
-        const qsizetype colon = line.indexOf(':');
-        request.headers.insert(line.first(colon).toLower(), line.sliced(colon + 1).trimmed());
-    }
+    request.headers = headersOf(lines.sliced(1));
     const qsizetype length = request.headers.value("content-length").toLongLong();
     const qsizetype total = headEnd + kHeadEnd.size() + length;
     if (buffer.size() < total) {

@@ -10,16 +10,19 @@
 
 class QTcpSocket;
 
+// By their names in lower case.
+using HttpHeaders = QHash<QByteArray, QByteArray>;
+
 // A part of a multipart/form-data body (RFC 7578).
 struct FormPart {
-    QByteArray headers;
+    HttpHeaders headers;
     QByteArray body;
 };
 
 struct HttpRequest {
     QByteArray method;
     QByteArray target;
-    QHash<QByteArray, QByteArray> headers; ///< names in lower case
+    HttpHeaders headers;
     QByteArray body;
 
     [[nodiscard]] QList<FormPart> formParts() const;

@@ -5,7 +5,8 @@ import unittest
 from harness.bubble import Bubble
 from harness.desktop import VirtualDesktop
 from harness.interface import Interface
-from harness.testcase import TarqTestCase, build_tree
+from harness.targets import Editor
+from harness.testcase import TarqTestCase, build_tree, program
 from harness.tray import StatusNotifierTray
 
 ENGINE = "QQmlApplicationEngine"
@@ -136,9 +137,11 @@ class EndTest(JournalTestCase):
         self.assertEqual(sorted(groups), sorted(with_the_application))
 
     def test_open_windows_outlive_what_they_show(self):
+        editor = Editor(self.desktop, program("harness-editor"))
         self.start_tarq()
         bubble = Bubble(self.desktop, self.tarq.process.pid)
         bubble.wait_alone()
+        editor.focus()  # or the bubble would hide before long
         bubble.open_menu().choose("Profile")
         self.interface.wait_for_window("Tarq — Profile")
         icon = self.tray.wait_for_icon(self.tarq.process.pid)

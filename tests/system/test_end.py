@@ -11,7 +11,7 @@ from harness.bubble import Bubble
 from harness.desktop import VirtualDesktop
 from harness.interface import Interface
 from harness.session import Session
-from harness.testcase import TarqTestCase
+from harness.testcase import DictationTestCase, TarqTestCase
 from harness.tray import EmbeddingTray, StatusNotifierTray
 from tests.system.support import let_handle_everything
 
@@ -233,7 +233,9 @@ class LoginEndTest(WindowTestCase):
         self.check_ends(reach_stage)
 
 
-class WindowEndTest(WindowTestCase):
+class WindowEndTest(WindowTestCase, DictationTestCase):
+    """With an editor that has the focus, so that the bubble doesn't hide."""
+
     def setUp(self):
         super().setUp()
         self.tray = StatusNotifierTray(self.desktop)

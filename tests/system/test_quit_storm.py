@@ -18,7 +18,7 @@ from harness.tray import StatusNotifierTray
 from tests.system.support import catches_signal
 
 COUNT = int(os.environ.get("TARQ_QUIT_STORM", "0"))
-SMALL_COUNT = 14
+SMALL_COUNT = 7
 SEED = int(os.environ.get("TARQ_QUIT_STORM_SEED", time.time_ns()))
 
 # The longest that a start takes before its event loop runs, and that the splash shows.
