@@ -129,11 +129,12 @@ void OAuthLifecycleTest::firstFlowIsDeafUntilItIsGone()
     QTRY_COMPARE(acceptedSockets(), 1);
     QTimer::singleShot(0, m_client.get(), [&]() {
         m_client->startOAuth(u"github"_s);
-        // In a loop inside of the event that it was started in, nothing is deleted.
+        // In a loop inside of the event that it was started in, Qt 6.4 deletes nothing yet.
         early->write(get("/callback?code=c"));
         QEventLoop loop;
         const auto* socket = m_client->findChild<QTcpSocket*>();
         connect(socket, &QTcpSocket::readyRead, &loop, &QEventLoop::quit);
+        connect(early.get(), &QTcpSocket::disconnected, &loop, &QEventLoop::quit);
         loop.exec();
     });
     QCOMPARE(readToEnd(*early), ""_ba);
