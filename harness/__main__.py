@@ -34,6 +34,11 @@ def parse_arguments() -> argparse.Namespace:
     demo.add_argument("--build-dir", type=Path, required=True, help="root of the build tree")
     demo.add_argument("--screenshots", type=Path, help="where to (default: BUILD_DIR/demo)")
     demo.set_defaults(action=show_demo)
+
+    pictures = actions.add_parser("pictures", help="take the pictures of the documents")
+    pictures.add_argument("--build-dir", type=Path, required=True, help="root of the build tree")
+    pictures.add_argument("directory", type=Path, help="where to")
+    pictures.set_defaults(action=take_pictures)
     return parser.parse_args()
 
 
@@ -63,6 +68,12 @@ def show_demo(options: argparse.Namespace) -> int:
 
     build = options.build_dir.resolve()
     return show(build, (options.screenshots or build / "demo").resolve())
+
+
+def take_pictures(options: argparse.Namespace) -> int:
+    from harness.album import take
+
+    return take(options.build_dir.resolve(), options.directory.resolve())
 
 
 if __name__ == "__main__":

@@ -25,11 +25,13 @@ class VirtualDesktop(Session):
         accessibility: bool = False,
         compositor: bool = False,
         window_manager: str = "openbox",
+        screen: str = SCREEN,
     ) -> None:
         super().__init__(dbus=dbus or accessibility)
         self._accessibility = accessibility
         self._compositor = compositor
         self._window_manager = window_manager
+        self._screen = screen
 
     def bring_up(self) -> None:
         super().bring_up()
@@ -105,7 +107,7 @@ class VirtualDesktop(Session):
     def _start_server(self) -> None:
         # Display numbers are given by the server, so that desktops never clash.
         self.server = self.spawn(
-            ["Xvfb", "-displayfd", "1", "-nolisten", "tcp", "-screen", "0", SCREEN, "-noreset"]
+            ["Xvfb", "-displayfd", "1", "-nolisten", "tcp", "-screen", "0", self._screen, "-noreset"]
         )
         number = self.server.wait_for_line(r"^(\d+)$")[1]
         self.env |= {
