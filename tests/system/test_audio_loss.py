@@ -4,7 +4,7 @@ import unittest
 
 from harness.testcase import TarqTestCase
 
-LOST = [r'"Stream error: ', r"^\[1\] Audio error: Audio capture failed: fatal error \(\?:0\)$"]
+LOST = [r"Stream error: ", r"^\[1\] Audio error: Audio capture failed: fatal error \(\?:0\)$"]
 # One line for the failure of the capture, one for the start that came to nothing.
 REFUSED = [
     r"^\[1\] Audio error: Failed to start the Qt audio input stream\. \(\?:0\)$",

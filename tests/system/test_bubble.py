@@ -82,7 +82,7 @@ class BubbleTest(BubbleTestCase):
                 return False
             return True
 
-        self.desktop.wait_until(is_idle, "the clicks to end", 10 * SETTLING_S)
+        self.desktop.wait_until(is_idle, "the clicks to end", 30 * SETTLING_S)
         self.toggle()
         self.tarq.wait_recording()
         self.toggle()

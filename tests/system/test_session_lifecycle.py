@@ -121,7 +121,7 @@ class EndTest(LifecycleTestCase):
 
     def test_refresh_that_ends_after_the_sign_out_signs_in_again(self):
         self.start_with(lifetime=360)
-        self.backend.script([{"delay_ms": 5000, "recognise": True}], path=TOKEN_PATH)
+        self.backend.script([{"delay_ms": 12000, "recognise": True}], path=TOKEN_PATH)
         self.show_history()
         self.backend.requests(1, timeout=REFRESH_S + MARGIN_S, path=TOKEN_PATH)
         self.sign_out()
