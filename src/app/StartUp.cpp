@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <QDebug>
 #include <QDir>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QLoggingCategory>
 
@@ -40,9 +41,31 @@ void setIdentity()
     QGuiApplication::setQuitOnLastWindowClosed(false);
 }
 
+namespace {
+
+QString userEnvironmentFile()
+{
+    return QDir::home().filePath(u".config/Tarq-Linux/.env"_s);
+}
+
+} // namespace
+
+QString foreseenVariable(const QByteArray& name)
+{
+    QByteArray value = qgetenv(name.constData());
+    if (value.isEmpty()) {
+        value = valueInDotEnv(userEnvironmentFile(), name);
+    }
+    if (value.isEmpty()) {
+        const QFileInfo program(QFile::symLinkTarget(u"/proc/self/exe"_s));
+        value = valueInDotEnv(program.dir().filePath(u".env"_s), name);
+    }
+    return QString::fromUtf8(value);
+}
+
 void loadEnvironmentFiles()
 {
-    loadDotEnv(QDir::home().filePath(u".config/Tarq-Linux/.env"_s));
+    loadDotEnv(userEnvironmentFile());
     loadDotEnv(QCoreApplication::applicationDirPath() + "/.env"_L1);
 }
 

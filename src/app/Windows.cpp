@@ -75,6 +75,16 @@ Windows::~Windows()
     }
 }
 
+void Windows::leaveUnmanaged()
+{
+    // Compositors give the keyboard to unmanaged windows as well, but not to tools.
+    constexpr int kFlags = Qt::Tool | Qt::BypassWindowManagerHint;
+    for (const Name name : {Bubble, Splash}) {
+        m_policies[name].properties[u"extraFlags"_s] = kFlags;
+    }
+    m_mainEngine.setInitialProperties(m_policies[Bubble].properties);
+}
+
 void Windows::loadBubble()
 {
     load(Bubble);

@@ -28,6 +28,10 @@ public:
         HistoryRepository& history, TranscriptionPipeline& pipeline, QObject* parent = nullptr);
     ~Windows() override;
 
+    /// Takes the bubble and the splash from the window manager: they neither take the focus nor
+    /// does anybody place them. Before the first of them is loaded.
+    void leaveUnmanaged();
+
     /// Once in a process. The bubble then shows whenever the model says so.
     void loadBubble();
     /// Once in a process. The history stays hidden until it is asked for.

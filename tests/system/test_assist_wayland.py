@@ -1,0 +1,133 @@
+"""Dictations into Wayland windows with TARQ_ASSIST=wayland, on a compositor that knows nothing of Tarq."""
+
+import unittest
+
+from harness.bubble import Bubble
+from harness.process import Process
+from harness.sway import SwaySession
+from harness.targets import Editor, Terminal
+from harness.testcase import DictationTestCase, program
+
+# Where it lies on X11, too.
+PLACE = (1280 - 138 - 6, 288, 138, 110)
+COPIED = "copied earlier"
+
+
+class AssistedTestCase(DictationTestCase):
+    starts_tarq = False
+    way = ""  # the line that tells how a text will arrive
+
+    def start_tarq(self, path: str = "/usr/bin:/bin", way: str | None = None) -> Process:
+        """Start Tarq beside the editor, which keeps the focus from now on."""
+        self.desktop.plug_in_pointer()
+        self.desktop.set_clipboard(COPIED)
+        self.editor.focus()
+        self.focus_events = self.editor.process.lines
+        # The platform is to be found by the program itself.
+        self.tarq.start(
+            env={"TARQ_ASSIST": "wayland"},
+            wrapper=["env", "-u", "QT_QPA_PLATFORM", f"PATH={path}"],
+        )
+        self.tarq.process.wait_for_line(f"^\\[4\\] Wayland: {way or self.way}")
+        self.bubble = Bubble(self.desktop, self.tarq.process.pid)
+        self.bubble.wait_alone()
+        return self.tarq.process
+
+    def check_focus(self) -> None:
+        """It has never left the editor since Tarq was started."""
+        before = len(self.focus_events)
+        self.assertNotIn("unfocused", self.editor.process.lines[before:])
+
+    def check_bubble(self) -> None:
+        at = self.bubble.geometry()
+        self.assertTrue(at.shown)
+        self.assertEqual((at.x, at.y, at.width, at.height), PLACE)
+
+    def click_bubble(self) -> None:
+        self.wait_toggle_guard()
+        self.desktop.click(*self.bubble.point())
+
+    def record_by_clicks(self) -> None:
+        # It hides when it is left alone for a while.
+        older = self.tarq.recordings()
+        self.click_bubble()
+        self.tarq.wait_recording(besides=older)
+        self.check_focus()
+        self.wait_toggle_guard()
+        self.click_bubble()
+
+    def wait_delivered(self, texts: list[str], editor: Editor | None = None) -> None:
+        (editor or self.editor).wait_for_text("".join(texts))
+        self.desktop.wait_until(
+            lambda: self.tarq.history() == list(reversed(texts)), "the history"
+        )
+        self.desktop.wait_until(lambda: not self.tarq.recordings(), "the end of the dictation")
+
+
+class AssistedSwayTest(AssistedTestCase):
+    way = r"clipboard by wl-copy, keys by wtype \(shift\+Insert\)"
+
+    def make_session(self) -> SwaySession:
+        return SwaySession(xwayland=True)
+
+    def test_dictations_arrive_and_the_editor_keeps_the_focus(self):
+        self.start_tarq()
+        self.check_bubble()
+        texts = []
+        for text in ("first", "second", "Größe 5 € 日本"):
+            self.backend.set_transcript(text)
+            texts.append(text)
+            self.start_recording()
+            self.check_bubble()
+            self.toggle()
+            self.wait_delivered(texts)
+            self.check_focus()
+
+    def test_clicks_on_the_bubble_dictate_and_the_editor_keeps_the_focus(self):
+        self.start_tarq()
+        texts = []
+        for text in ("first", "second"):
+            self.backend.set_transcript(text)
+            texts.append(text)
+            self.record_by_clicks()
+            self.wait_delivered(texts)
+            self.check_focus()
+
+    def test_dictation_arrives_in_an_x11_editor(self):
+        self.start_tarq()
+        self.desktop.env["QT_QPA_PLATFORM"] = "xcb"
+        editor = Editor(self.desktop, program("harness-editor"))
+        self.backend.set_transcript("through XWayland")
+        self.record()
+        self.wait_delivered(["through XWayland"], editor)
+        self.assertEqual(self.editor.text(), "")
+
+    def test_dictation_arrives_in_a_terminal(self):
+        self.start_tarq()
+        terminal = Terminal(self.desktop)
+        self.backend.set_transcript("in a terminal")
+        self.record()
+        terminal.wait_for_text("in a terminal")
+
+    def test_without_wl_copy_no_key_is_pressed_and_the_log_says_where_the_text_is(self):
+        tools = self.desktop.root / "tools"
+        tools.mkdir()
+        for tool in ("wtype", "xdotool", "xprop", "pactl"):
+            (tools / tool).symlink_to(f"/usr/bin/{tool}")
+        process = self.start_tarq(str(tools), "clipboard by nothing, keys by wtype")
+        process.wait_for_line("Install wl-clipboard, so that")
+        self.expected_log = [
+            r"^\[1\] Text injection failed: Tarq can't reach the clipboard here\."
+            r" The text is in the history\. \(\?:0\)$"
+        ]
+        self.backend.set_transcript("kept")
+        self.record()
+        process.wait_for_line("Text injection failed")
+        self.assertEqual(self.tarq.history(), ["kept"])
+        # What is typed now comes after whatever would have been pasted.
+        self.desktop.type("end")
+        self.editor.wait_for_text("end")
+
+
+if __name__ == "__main__":
+    unittest.main()
