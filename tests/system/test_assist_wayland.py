@@ -16,6 +16,7 @@ COPIED = "copied earlier"
 class AssistedTestCase(DictationTestCase):
     starts_tarq = False
     way = ""  # the line that tells how a text will arrive
+    clicks = False  # True: the bubble is clicked to toggle
 
     def start_tarq(self, path: str = "/usr/bin:/bin", way: str | None = None) -> Process:
         """Start Tarq beside the editor, which keeps the focus from now on."""
@@ -33,6 +34,12 @@ class AssistedTestCase(DictationTestCase):
         self.bubble.wait_alone()
         return self.tarq.process
 
+    def send_toggle(self) -> None:
+        if self.clicks:
+            self.desktop.click(*self.bubble.point())
+        else:
+            super().send_toggle()
+
     def check_focus(self) -> None:
         """It has never left the editor since Tarq was started."""
         before = len(self.focus_events)
@@ -43,18 +50,15 @@ class AssistedTestCase(DictationTestCase):
         self.assertTrue(at.shown)
         self.assertEqual((at.x, at.y, at.width, at.height), PLACE)
 
-    def click_bubble(self) -> None:
-        self.wait_toggle_guard()
-        self.desktop.click(*self.bubble.point())
-
-    def record_by_clicks(self) -> None:
-        # It hides when it is left alone for a while.
-        older = self.tarq.recordings()
-        self.click_bubble()
-        self.tarq.wait_recording(besides=older)
-        self.check_focus()
-        self.wait_toggle_guard()
-        self.click_bubble()
+    def check_dictations(self, *texts: str) -> None:
+        for count, text in enumerate(texts, start=1):
+            self.backend.set_transcript(text)
+            self.start_recording()
+            self.check_bubble()
+            self.check_focus()
+            self.toggle()
+            self.wait_delivered(list(texts[:count]))
+            self.check_focus()
 
     def wait_delivered(self, texts: list[str], editor: Editor | None = None) -> None:
         (editor or self.editor).wait_for_text("".join(texts))
@@ -73,25 +77,12 @@ class AssistedSwayTest(AssistedTestCase):
     def test_dictations_arrive_and_the_editor_keeps_the_focus(self):
         self.start_tarq()
         self.check_bubble()
-        texts = []
-        for text in ("first", "second", "Größe 5 € 日本"):
-            self.backend.set_transcript(text)
-            texts.append(text)
-            self.start_recording()
-            self.check_bubble()
-            self.toggle()
-            self.wait_delivered(texts)
-            self.check_focus()
+        self.check_dictations("first", "second", "Größe 5 € 日本")
 
     def test_clicks_on_the_bubble_dictate_and_the_editor_keeps_the_focus(self):
         self.start_tarq()
-        texts = []
-        for text in ("first", "second"):
-            self.backend.set_transcript(text)
-            texts.append(text)
-            self.record_by_clicks()
-            self.wait_delivered(texts)
-            self.check_focus()
+        self.clicks = True
+        self.check_dictations("first", "second")
 
     def test_dictation_arrives_in_an_x11_editor(self):
         self.start_tarq()
