@@ -10,19 +10,16 @@ from harness.session import Session
 INPUT = Path(__file__).with_name("gnome_input.py")
 BUTTONS = {1: 272, 3: 273}  # left and right, as evdev numbers them
 
-DIALOG = "Remote Desktop"
+# The dialog of the portal, and where its controls lie in it.
+DIALOG = "Remote desktop"
+SWITCH, SHARE, CANCEL = (430, 74), (453, 23), (50, 23)
 
 
 class GnomeSession(Session):
-    """GNOME's shell without a screen, with XWayland and GNOME's desktop portal.
+    """GNOME's shell without a screen, with XWayland and GNOME's desktop portal."""
 
-    without_systemd is a library for the shell, which believes to run under systemd
-    where the container's control groups look like that.
-    """
-
-    def __init__(self, without_systemd: Path) -> None:
+    def __init__(self) -> None:
         super().__init__(dbus=True)
-        self._without_systemd = without_systemd
 
     def bring_up(self) -> None:
         super().bring_up()
@@ -46,8 +43,14 @@ class GnomeSession(Session):
         """It is there already."""
 
     def click(self, x: int, y: int, button: int = 1) -> None:
-        steps = [f"{x},{y}", f"down:{BUTTONS[button]}", f"up:{BUTTONS[button]}"]
-        self.run([sys.executable, INPUT, *steps])
+        self._press((x, y), button=button)
+
+    def allow_keys(self) -> None:
+        """Answer the portal's question whether a program may press keys."""
+        self._answer(SWITCH, SHARE)
+
+    def refuse_keys(self) -> None:
+        self._answer(CANCEL)
 
     def activate(self, pid: int) -> None:
         """Nothing: a window that opens gets the focus."""
@@ -70,6 +73,16 @@ class GnomeSession(Session):
         call = ["gdbus", "call", "--session", *shell, "--method", "org.gnome.Shell.Eval", script]
         return self.run(call, check=False).stdout.strip()
 
+    def _answer(self, *controls: tuple[int, int]) -> None:
+        x, y, *_size = self.wait_until(lambda: self.focused_window(DIALOG), "the portal's question")
+        self._press(*((x + dx, y + dy) for dx, dy in controls))
+        self.wait_until(lambda: not self.focused_window(DIALOG), "the end of the question")
+
+    def _press(self, *points: tuple[int, int], button: int = 1) -> None:
+        press = [f"down:{BUTTONS[button]}", f"up:{BUTTONS[button]}"]
+        steps = [step for x, y in points for step in (f"{x},{y}", *press)]
+        self.run([sys.executable, INPUT, *steps])
+
     def _start_system_bus(self) -> None:
         bus = self.spawn(
             ["dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address"],
@@ -88,8 +101,7 @@ class GnomeSession(Session):
     def _start_shell(self) -> None:
         screen = ["--headless", "--virtual-monitor", "1280x800"]
         shell = self.spawn(
-            ["gnome-shell", *screen, "--unsafe-mode", "--wayland-display", "wayland-0"],
-            env={"LD_PRELOAD": str(self._without_systemd), "QT_QPA_PLATFORM": ""},
+            ["gnome-shell", *screen, "--unsafe-mode", "--wayland-display", "wayland-0"]
         )
         self.env["WAYLAND_DISPLAY"] = "wayland-0"
         self.env["DISPLAY"] = shell.wait_for_line(r"Using public X11 display (:\d+)")[1]
@@ -103,7 +115,12 @@ class GnomeSession(Session):
         hidden = "Main.overview.visible === false"
         self.wait_until(lambda: self.evaluate(hidden).endswith("'true')"), "the empty desktop")
 
-    def windows(self) -> list[str]:
-        """The titles of all windows."""
-        titles = "global.get_window_actors().map(a => a.meta_window.get_title()).join('\\n')"
-        return re.sub(r"^\(true, '\"?|\"?'\)$", "", self.evaluate(titles)).split("\\n")
+    def focused_window(self, title: str) -> tuple[int, ...] | None:
+        """x, y, width and height of the window with this title, if it has the focus."""
+        found = self.evaluate(
+            "global.get_window_actors().map(a => a.meta_window)"
+            f".filter(w => w.has_focus() && w.get_title() === '{title}').map(w => w.get_frame_rect())"
+            ".map(r => [r.x, r.y, r.width, r.height].join(' ')).join(';')"
+        )
+        place = re.search(r"(-?\d+) (-?\d+) (\d+) (\d+)", found)
+        return tuple(map(int, place.groups())) if place else None

@@ -11,6 +11,7 @@ from gi.repository import Gio, GLib
 
 NAME = "org.gnome.Mutter.RemoteDesktop"
 LEFT_SHIFT = 42
+SCREEN = (1280, 800)
 
 # A hand isn't faster, and the shell takes two presses at once for one.
 STEP_S = 0.1
@@ -37,9 +38,12 @@ class Hands:
                 self._do("NotifyKeyboardKeycode", GLib.Variant("(ub)", (int(value), pressed)))
         else:
             x, y = map(float, step.split(","))
-            # Only relative moves are possible, so it starts in the corner.
-            for dx, dy in ((-5000.0, -5000.0), (x, y)):
-                self._do("NotifyPointerMotionRelative", GLib.Variant("(dd)", (dx, dy)))
+            # Only relative moves are possible, so each starts in a corner: not in the upper left
+            # one, which the shell guards.
+            width, height = SCREEN
+            for move in ((width, height), (x - width + 1, y - height + 1)):
+                self._do("NotifyPointerMotionRelative", GLib.Variant("(dd)", move))
+                time.sleep(STEP_S)
         time.sleep(STEP_S)
 
     def _do(self, method: str, arguments: GLib.Variant | None = None) -> None:

@@ -12,6 +12,7 @@ COPIED = "copied earlier"
 
 class AssistedTestCase(DictationTestCase):
     starts_tarq = False
+    asan_options = ""  # what is added to them for Tarq
     way = ""  # the line that tells how a text will arrive
     clicks = False  # True: the bubble is clicked to toggle
 
@@ -23,13 +24,21 @@ class AssistedTestCase(DictationTestCase):
         self.focus_events = self.editor.process.lines
         # The platform is to be found by the program itself.
         self.tarq.start(
-            env={"TARQ_ASSIST": "wayland"},
+            env={"TARQ_ASSIST": "wayland", "ASAN_OPTIONS": self.sanitizer_options()},
             wrapper=["env", "-u", "QT_QPA_PLATFORM", f"PATH={path}"],
         )
         self.tarq.process.wait_for_line(f"^\\[4\\] Wayland: {way or self.way}")
         self.bubble = Bubble(self.desktop, self.tarq.process.pid)
+        # The splash lies above what the desktop asks.
         self.bubble.wait_alone()
+        self.answer_questions()
         return self.tarq.process
+
+    def sanitizer_options(self) -> str:
+        return ":".join(filter(None, [self.desktop.env.get("ASAN_OPTIONS"), self.asan_options]))
+
+    def answer_questions(self) -> None:
+        """What the desktop asks at a start, before which nothing can arrive."""
 
     def send_toggle(self) -> None:
         if self.clicks:
