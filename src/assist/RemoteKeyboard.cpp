@@ -117,6 +117,9 @@ void RemoteKeyboard::start()
             // It may be another one each time.
             storeToken(answer.results.value(kRestoreToken).toString());
             m_open = true;
+            // The desktop plugs the keyboard in with its first key, which not every window hears.
+            send(kShift, true, nullptr);
+            send(kShift, false, nullptr);
             emit opened();
         });
 }

@@ -146,7 +146,9 @@ void RemoteKeyboardTest::keysArePressedAndReleased()
     keyboard.open(1);
     QTRY_COMPARE(outcomes.opened.size(), 1);
     QCOMPARE(errorOfPress(keyboard, combination), QString());
-    QTEST(portal.keys(), "keys");
+    // The first key, which may be lost, does nothing.
+    QFETCH(const QList<int>, keys);
+    QCOMPARE(portal.keys(), (QList{kShift, -kShift}) + keys);
 }
 
 void RemoteKeyboardTest::refusalIsTold_data()
@@ -199,8 +201,9 @@ void RemoteKeyboardTest::closedSessionIsToldAndPressesNothing()
     QTRY_COMPARE(outcomes.opened.size(), 1);
     portal.closeSession();
     QTRY_COMPARE(outcomes.closed.size(), 1);
+    const QList<int> keys = portal.keys();
     QVERIFY(!errorOfPress(keyboard, PasteCombination::CtrlV).isEmpty());
-    QCOMPARE(portal.keys(), QList<int>());
+    QCOMPARE(portal.keys(), keys);
     // Nobody is asked again.
     QCOMPARE(portal.calls().count(u"Start"_s), 1);
 }
