@@ -50,9 +50,13 @@ bool goesThroughXwayland()
         && Assist::xServerAnswers();
 }
 
-void assistOnWayland(const SettingsStore& settings, OverlayStateModel& overlay,
-    TranscriptionPipeline& pipeline, Windows& windows)
+void assistOnWayland(const SettingsStore& settings, const InputFocusMonitor& focusMonitor,
+    OverlayStateModel& overlay, TranscriptionPipeline& pipeline, Windows& windows)
 {
+    // Nobody is told which Wayland window has the focus, so each counts as one that takes text: the
+    // bubble stays on the screen.
+    focusMonitor.disconnect(&overlay);
+    overlay.setHasInputFocus(true);
     if (QGuiApplication::platformName() == "xcb"_L1) {
         windows.leaveUnmanaged();
     }
@@ -104,7 +108,7 @@ int runApplication(SettingsStore& settings)
     SessionLifecycle session(settings, auth, overlay, focusMonitor, pipeline, windows);
     connectWindows(overlay, hotkeys, windows);
     if (assist.testFlag(Assist::Feature::Wayland) && SessionDetector::isWayland()) {
-        assistOnWayland(settings, overlay, pipeline, windows);
+        assistOnWayland(settings, focusMonitor, overlay, pipeline, windows);
     }
     if (assist.testFlag(Assist::Feature::Start)) {
         Assist::presentLoginAtSecondStart(

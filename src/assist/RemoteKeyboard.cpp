@@ -30,9 +30,11 @@ constexpr int kControl = 0xffe3;
 constexpr int kInsert = 0xff63;
 constexpr int kV = 0x76;
 
-QList<int> keysyms(PasteCombination combination)
+// The modifier, and the key that it is held for.
+std::pair<int, int> keysyms(PasteCombination combination)
 {
-    return combination == PasteCombination::CtrlV ? QList{kControl, kV} : QList{kShift, kInsert};
+    return combination == PasteCombination::CtrlV ? std::pair(kControl, kV)
+                                                  : std::pair(kShift, kInsert);
 }
 
 } // namespace
@@ -66,14 +68,8 @@ void RemoteKeyboard::press(PasteCombination combination, PressedHandler done)
         done(u"The desktop doesn't let Tarq press keys"_s);
         return;
     }
-    const QList<int> keys = keysyms(combination);
-    for (const int keysym : keys) {
-        send(keysym, true, nullptr);
-    }
-    for (qsizetype i = keys.size() - 1; i >= 0; --i) {
-        // The portal takes them in their order, so the last one's answer counts for all.
-        send(keys.at(i), false, i == 0 ? done : nullptr);
-    }
+    const auto [modifier, key] = keysyms(combination);
+    send({{modifier, true}, {key, true}, {key, false}, {modifier, false}}, std::move(done));
 }
 
 void RemoteKeyboard::handleClosed()
@@ -117,28 +113,30 @@ void RemoteKeyboard::start()
             // It may be another one each time.
             storeToken(answer.results.value(kRestoreToken).toString());
             m_open = true;
-            // The desktop plugs the keyboard in with its first key, which not every window hears.
-            send(kShift, true, nullptr);
-            send(kShift, false, nullptr);
             emit opened();
         });
 }
 
-void RemoteKeyboard::send(int keysym, bool down, const PressedHandler& done)
+void RemoteKeyboard::send(QList<KeyEvent> events, PressedHandler done)
 {
+    const KeyEvent event = events.takeFirst();
     QDBusMessage message = QDBusMessage::createMethodCall(QLatin1StringView(kPortalService),
         QLatin1StringView(kPortalPath), kInterface, u"NotifyKeyboardKeysym"_s);
-    message.setArguments({QVariant::fromValue(m_session), QVariantMap(), keysym, down ? 1U : 0U});
-    const QDBusPendingCall call = m_bus.asyncCall(message);
-    if (done == nullptr) {
-        return;
-    }
-    auto* watcher = new QDBusPendingCallWatcher(call, this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [watcher, done]() {
-        const QDBusPendingReply<> reply = *watcher;
-        watcher->deleteLater();
-        done(reply.isError() ? reply.error().message() : QString());
-    });
+    message.setArguments(
+        {QVariant::fromValue(m_session), QVariantMap(), event.keysym, event.down ? 1U : 0U});
+    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+        [this, watcher, events = std::move(events), done = std::move(done)]() {
+            const QDBusPendingReply<> reply = *watcher;
+            watcher->deleteLater();
+            if (reply.isError()) {
+                done(reply.error().message());
+            } else if (events.isEmpty()) {
+                done({});
+            } else {
+                send(events, done);
+            }
+        });
 }
 
 void RemoteKeyboard::storeToken(const QString& token) const

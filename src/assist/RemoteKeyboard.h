@@ -4,6 +4,7 @@
 
 #include <QDBusConnection>
 #include <QDBusObjectPath>
+#include <QList>
 #include <QObject>
 #include <QString>
 
@@ -41,9 +42,16 @@ private slots:
     void handleClosed();
 
 private:
+    struct KeyEvent {
+        int keysym = 0;
+        bool down = false;
+    };
+
     void selectDevices(uint portalVersion);
     void start();
-    void send(int keysym, bool down, const PressedHandler& done);
+    /// One after the other: a portal answers calls side by side, and a release that overtakes its
+    /// press leaves a key down.
+    void send(QList<KeyEvent> events, PressedHandler done);
     void storeToken(const QString& token) const;
     [[nodiscard]] QString storedToken() const;
     void giveUp(const QString& step, const PortalAnswer& answer);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <QByteArray>
-#include <QSet>
+#include <QHash>
 #include <QString>
 #include <QStringList>
 
@@ -13,6 +13,7 @@ struct WaylandFacts {
     bool remoteDesktopPortal = false; ///< the portal presses keys, if the user allows it
     bool virtualKeyboard = false; ///< the compositor takes keys from wtype
     bool dataControl = false; ///< the compositor takes a clipboard from wl-copy
+    bool primaryControl = false; ///< and the primary selection, too
     bool wtype = false; ///< installed
     bool wlClipboard = false; ///< wl-copy and wl-paste are installed
 };
@@ -35,9 +36,9 @@ struct WaylandMeans {
 
 [[nodiscard]] WaylandMeans chooseWaylandMeans(const WaylandFacts& facts);
 
-/// The names of the interfaces that the compositor announces (wl_registry); empty if there is none.
-/// Blocks for as long as the compositor takes to answer.
-[[nodiscard]] QSet<QByteArray> waylandInterfaces();
+/// The interfaces that the compositor announces (wl_registry), with their versions; empty if there
+/// is none. Blocks for as long as the compositor takes to answer.
+[[nodiscard]] QHash<QByteArray, uint> waylandInterfaces();
 
 /// Everything but the portal, which answers later.
 [[nodiscard]] WaylandFacts measureWaylandFacts();

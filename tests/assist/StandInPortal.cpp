@@ -35,6 +35,11 @@ void StandInPortal::closeSession()
         kPath + "/session/one"_L1, u"org.freedesktop.portal.Session"_s, u"Closed"_s));
 }
 
+void StandInPortal::answerKey()
+{
+    m_bus.send(m_lastKey.createReply());
+}
+
 QDBusObjectPath StandInPortal::CreateSession(const QVariantMap& options, const QDBusMessage& call)
 {
     return answer(options, call, 0, {{u"session_handle"_s, QString(kPath + "/session/one"_L1)}});
@@ -54,9 +59,11 @@ QDBusObjectPath StandInPortal::Start(const QDBusObjectPath& /*session*/,
     return answer(options, call, m_startResponse, m_startResults);
 }
 
-void StandInPortal::NotifyKeyboardKeysym(
-    const QDBusObjectPath& session, const QVariantMap& /*options*/, int keysym, uint state)
+void StandInPortal::NotifyKeyboardKeysym(const QDBusObjectPath& session,
+    const QVariantMap& /*options*/, int keysym, uint state, const QDBusMessage& call)
 {
+    call.setDelayedReply(m_holdsKeys);
+    m_lastKey = call;
     if (session.path() == kPath + "/session/one"_L1) {
         m_keys += state == 1 ? keysym : -keysym;
     }

@@ -22,6 +22,9 @@ public:
 
     /// What Start answers: 0 grants, 1 is the user's refusal. The results go with it.
     void answerStart(uint response, const QVariantMap& results = {});
+    /// From now on a key is answered by answerKey() alone, the last one that came.
+    void holdKeys() { m_holdsKeys = true; }
+    void answerKey();
     /// Ends the session, as the user can.
     void closeSession();
 
@@ -36,8 +39,8 @@ public slots:
         const QDBusObjectPath& session, const QVariantMap& options, const QDBusMessage& call);
     QDBusObjectPath Start(const QDBusObjectPath& session, const QString& parentWindow,
         const QVariantMap& options, const QDBusMessage& call);
-    void NotifyKeyboardKeysym(
-        const QDBusObjectPath& session, const QVariantMap& options, int keysym, uint state);
+    void NotifyKeyboardKeysym(const QDBusObjectPath& session, const QVariantMap& options,
+        int keysym, uint state, const QDBusMessage& call);
 
 private:
     QDBusObjectPath answer(const QVariantMap& options, const QDBusMessage& call, uint response,
@@ -49,4 +52,6 @@ private:
     QStringList m_calls;
     QVariantMap m_deviceOptions;
     QList<int> m_keys;
+    bool m_holdsKeys = false;
+    QDBusMessage m_lastKey;
 };

@@ -21,18 +21,21 @@ constexpr WaylandFacts kSway{.xwayland = true,
     .remoteDesktopPortal = false,
     .virtualKeyboard = true,
     .dataControl = true,
+    .primaryControl = true,
     .wtype = true,
     .wlClipboard = true};
 constexpr WaylandFacts kKwin{.xwayland = true,
     .remoteDesktopPortal = true,
     .virtualKeyboard = false,
     .dataControl = true,
+    .primaryControl = true,
     .wtype = true,
     .wlClipboard = true};
 constexpr WaylandFacts kGnome{.xwayland = true,
     .remoteDesktopPortal = true,
     .virtualKeyboard = false,
     .dataControl = false,
+    .primaryControl = false,
     .wtype = true,
     .wlClipboard = true};
 
@@ -83,6 +86,9 @@ void WaylandMeansTest::factsDecide_data()
         << without(kKwin, &WaylandFacts::wlClipboard)
         << u"Wayland: clipboard by Qt, keys by the desktop portal (ctrl+v)"_s
         << QStringList{kInstallWlClipboard};
+    QTest::newRow("KWin without the primary selection")
+        << without(kKwin, &WaylandFacts::primaryControl)
+        << u"Wayland: clipboard by wl-copy, keys by the desktop portal (ctrl+v)"_s << QStringList();
     QTest::newRow("GNOME") << kGnome
                            << u"Wayland: clipboard by Qt, keys by the desktop portal "
                               "(shift+Insert)"_s
