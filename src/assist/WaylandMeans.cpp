@@ -12,9 +12,9 @@ namespace Assist {
 namespace {
 
 void collect(void* interfaces, wl_registry* /*registry*/, uint32_t /*name*/, const char* interface,
-    uint32_t version)
+    uint32_t /*version*/)
 {
-    static_cast<QHash<QByteArray, uint>*>(interfaces)->insert(interface, version);
+    static_cast<QSet<QByteArray>*>(interfaces)->insert(interface);
 }
 
 void ignoreRemoval(void* /*interfaces*/, wl_registry* /*registry*/, uint32_t /*name*/) { }
@@ -61,8 +61,7 @@ QString adviceOnKeys(const WaylandFacts& facts)
 
 QString WaylandMeans::description() const
 {
-    return u"Wayland: clipboard by %1, keys by %2 (%3)"_s.arg(
-        nameOf(clipboard), nameOf(keys), primary ? u"shift+Insert"_s : u"ctrl+v"_s);
+    return u"Wayland: clipboard by %1, keys by %2"_s.arg(nameOf(clipboard), nameOf(keys));
 }
 
 WaylandMeans chooseWaylandMeans(const WaylandFacts& facts)
@@ -70,7 +69,7 @@ WaylandMeans chooseWaylandMeans(const WaylandFacts& facts)
     WaylandMeans means;
     if (facts.dataControl && facts.wlClipboard) {
         means.clipboard = WaylandMeans::Clipboard::WlCopy;
-        means.primary = facts.primaryControl;
+        means.primary = true;
     } else if (facts.xwayland && (facts.remoteDesktopPortal || !facts.dataControl)) {
         // Compositors that have data control and no such portal pass over the clipboard of an X11
         // program without the focus, and all that have data control over its primary selection.
@@ -95,9 +94,9 @@ WaylandMeans chooseWaylandMeans(const WaylandFacts& facts)
     return means;
 }
 
-QHash<QByteArray, uint> waylandInterfaces()
+QSet<QByteArray> waylandInterfaces()
 {
-    QHash<QByteArray, uint> interfaces;
+    QSet<QByteArray> interfaces;
     wl_display* display = wl_display_connect(nullptr);
     if (display == nullptr) {
         return interfaces;
@@ -113,15 +112,12 @@ QHash<QByteArray, uint> waylandInterfaces()
 
 WaylandFacts measureWaylandFacts()
 {
-    const QHash<QByteArray, uint> interfaces = waylandInterfaces();
-    constexpr uint kFirstWithPrimary = 2;
-    const uint wlrControl = interfaces.value("zwlr_data_control_manager_v1");
-    const bool extControl = interfaces.contains("ext_data_control_manager_v1");
+    const QSet<QByteArray> interfaces = waylandInterfaces();
     WaylandFacts facts;
     facts.xwayland = QGuiApplication::platformName() == "xcb"_L1;
     facts.virtualKeyboard = interfaces.contains("zwp_virtual_keyboard_manager_v1");
-    facts.dataControl = wlrControl > 0 || extControl;
-    facts.primaryControl = wlrControl >= kFirstWithPrimary || extControl;
+    facts.dataControl = interfaces.contains("zwlr_data_control_manager_v1")
+        || interfaces.contains("ext_data_control_manager_v1");
     facts.wtype = isInstalled(u"wtype"_s);
     facts.wlClipboard = isInstalled(u"wl-copy"_s) && isInstalled(u"wl-paste"_s);
     return facts;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <QByteArray>
-#include <QHash>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -13,7 +13,6 @@ struct WaylandFacts {
     bool remoteDesktopPortal = false; ///< the portal presses keys, if the user allows it
     bool virtualKeyboard = false; ///< the compositor takes keys from wtype
     bool dataControl = false; ///< the compositor takes a clipboard from wl-copy
-    bool primaryControl = false; ///< and the primary selection, too
     bool wtype = false; ///< installed
     bool wlClipboard = false; ///< wl-copy and wl-paste are installed
 };
@@ -24,7 +23,7 @@ struct WaylandMeans {
     enum class Keys { None, Portal, Wtype };
 
     Clipboard clipboard = Clipboard::None;
-    /// Whether the primary selection can be set, too.
+    /// Whether to try the primary selection, too: KWin 5.27 doesn't tell that it takes none.
     bool primary = false;
     Keys keys = Keys::None;
     /// What would make it better: sentences for the user, most important first.
@@ -36,9 +35,9 @@ struct WaylandMeans {
 
 [[nodiscard]] WaylandMeans chooseWaylandMeans(const WaylandFacts& facts);
 
-/// The interfaces that the compositor announces (wl_registry), with their versions; empty if there
-/// is none. Blocks for as long as the compositor takes to answer.
-[[nodiscard]] QHash<QByteArray, uint> waylandInterfaces();
+/// The names of the interfaces that the compositor announces (wl_registry); empty if there is none.
+/// Blocks for as long as the compositor takes to answer.
+[[nodiscard]] QSet<QByteArray> waylandInterfaces();
 
 /// Everything but the portal, which answers later.
 [[nodiscard]] WaylandFacts measureWaylandFacts();

@@ -107,10 +107,6 @@ void WaylandPaste::deliverByWlCopy(const QString& text, const Handler& done)
             done(u"The clipboard didn't take the text."_s + kInHistory);
             return;
         }
-        if (!m_means.primary) {
-            pressKeys(PasteCombination::CtrlV, done);
-            return;
-        }
         copyOnWayland(WaylandSelection::Primary, text, this, [this, done](bool primary) {
             pressKeys(primary ? PasteCombination::ShiftInsert : PasteCombination::CtrlV, done);
         });

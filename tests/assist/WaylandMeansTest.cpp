@@ -21,21 +21,18 @@ constexpr WaylandFacts kSway{.xwayland = true,
     .remoteDesktopPortal = false,
     .virtualKeyboard = true,
     .dataControl = true,
-    .primaryControl = true,
     .wtype = true,
     .wlClipboard = true};
 constexpr WaylandFacts kKwin{.xwayland = true,
     .remoteDesktopPortal = true,
     .virtualKeyboard = false,
     .dataControl = true,
-    .primaryControl = true,
     .wtype = true,
     .wlClipboard = true};
 constexpr WaylandFacts kGnome{.xwayland = true,
     .remoteDesktopPortal = true,
     .virtualKeyboard = false,
     .dataControl = false,
-    .primaryControl = false,
     .wtype = true,
     .wlClipboard = true};
 
@@ -63,46 +60,34 @@ void WaylandMeansTest::factsDecide_data()
     QTest::addColumn<QString>("description");
     QTest::addColumn<QStringList>("advice");
 
-    QTest::newRow("wlroots") << kSway
-                             << u"Wayland: clipboard by wl-copy, keys by wtype (shift+Insert)"_s
+    QTest::newRow("wlroots") << kSway << u"Wayland: clipboard by wl-copy, keys by wtype"_s
                              << QStringList();
     QTest::newRow("wlroots without wl-clipboard")
         << without(kSway, &WaylandFacts::wlClipboard)
-        << u"Wayland: clipboard by nothing, keys by wtype (ctrl+v)"_s
-        << QStringList{kInstallWlClipboard};
+        << u"Wayland: clipboard by nothing, keys by wtype"_s << QStringList{kInstallWlClipboard};
     QTest::newRow("wlroots without wtype")
         << without(kSway, &WaylandFacts::wtype)
-        << u"Wayland: clipboard by wl-copy, keys by nothing (shift+Insert)"_s
-        << QStringList{kInstallWtype};
+        << u"Wayland: clipboard by wl-copy, keys by nothing"_s << QStringList{kInstallWtype};
     QTest::newRow("wlroots without XWayland")
         << without(kSway, &WaylandFacts::xwayland)
-        << u"Wayland: clipboard by wl-copy, keys by wtype (shift+Insert)"_s
-        << QStringList{kInstallXwayland};
-    QTest::newRow("KWin") << kKwin
-                          << u"Wayland: clipboard by wl-copy, keys by the desktop portal "
-                             "(shift+Insert)"_s
+        << u"Wayland: clipboard by wl-copy, keys by wtype"_s << QStringList{kInstallXwayland};
+    QTest::newRow("KWin") << kKwin << u"Wayland: clipboard by wl-copy, keys by the desktop portal"_s
                           << QStringList();
     QTest::newRow("KWin without wl-clipboard")
         << without(kKwin, &WaylandFacts::wlClipboard)
-        << u"Wayland: clipboard by Qt, keys by the desktop portal (ctrl+v)"_s
+        << u"Wayland: clipboard by Qt, keys by the desktop portal"_s
         << QStringList{kInstallWlClipboard};
-    QTest::newRow("KWin without the primary selection")
-        << without(kKwin, &WaylandFacts::primaryControl)
-        << u"Wayland: clipboard by wl-copy, keys by the desktop portal (ctrl+v)"_s << QStringList();
-    QTest::newRow("GNOME") << kGnome
-                           << u"Wayland: clipboard by Qt, keys by the desktop portal "
-                              "(shift+Insert)"_s
+    QTest::newRow("GNOME") << kGnome << u"Wayland: clipboard by Qt, keys by the desktop portal"_s
                            << QStringList();
     QTest::newRow("GNOME without a portal")
         << without(kGnome, &WaylandFacts::remoteDesktopPortal)
-        << u"Wayland: clipboard by Qt, keys by nothing (shift+Insert)"_s
-        << QStringList{kInstallPortal};
+        << u"Wayland: clipboard by Qt, keys by nothing"_s << QStringList{kInstallPortal};
     QTest::newRow("GNOME without XWayland")
         << without(kGnome, &WaylandFacts::xwayland)
-        << u"Wayland: clipboard by nothing, keys by the desktop portal (ctrl+v)"_s
+        << u"Wayland: clipboard by nothing, keys by the desktop portal"_s
         << QStringList{kInstallXwayland};
     QTest::newRow("nothing at all")
-        << WaylandFacts() << u"Wayland: clipboard by nothing, keys by nothing (ctrl+v)"_s
+        << WaylandFacts() << u"Wayland: clipboard by nothing, keys by nothing"_s
         << QStringList{kInstallPortal, kInstallXwayland};
 }
 
