@@ -12,6 +12,7 @@
 #include "app/Tray.h"
 #include "app/Windows.h"
 #include "assist/AssistFeatures.h"
+#include "assist/KeptAbove.h"
 #include "assist/MissingServerNotice.h"
 #include "assist/SecondStart.h"
 #include "assist/WaylandPaste.h"
@@ -59,6 +60,8 @@ void assistOnWayland(const SettingsStore& settings, const InputFocusMonitor& foc
     overlay.setHasInputFocus(true);
     if (QGuiApplication::platformName() == "xcb"_L1) {
         windows.leaveUnmanaged();
+        QObject::connect(&windows, &Windows::bubbleLoaded, &windows,
+            [](QWindow* bubble) { new Assist::KeptAbove(bubble); });
     }
     TextInjectionService& injection = pipeline.textInjection();
     auto* paste = new Assist::WaylandPaste(

@@ -93,6 +93,7 @@ void Windows::loadBubble()
         // The engine has said why. Everything but the bubble works without it.
         return;
     }
+    emit bubbleLoaded(window);
     applyX11WindowHints(window);
     connect(&m_overlay, &OverlayStateModel::visibleChanged, window, [this, window]() {
         if (m_overlay.isVisible()) {

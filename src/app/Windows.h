@@ -10,6 +10,7 @@
 
 class HistoryRepository;
 class OverlayStateModel;
+class QWindow;
 class SettingsStore;
 class SupabaseAuthClient;
 class TranscriptionPipeline;
@@ -58,6 +59,9 @@ public:
     void showProfile();
     /// Does nothing if no profile is open.
     void closeProfile();
+
+signals:
+    void bubbleLoaded(QWindow* bubble);
 
 private:
     enum Name { Bubble, History, Login, Settings, About, Profile, Splash, Count };

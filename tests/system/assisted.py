@@ -1,6 +1,6 @@
 """What the tests with TARQ_ASSIST=wayland share, whatever the compositor is."""
 
-from harness.bubble import Bubble
+from harness.bubble import Bubble, Menu
 from harness.process import Process
 from harness.targets import Editor
 from harness.testcase import DictationTestCase, program
@@ -56,6 +56,14 @@ class AssistedTestCase(DictationTestCase):
         self.assertTrue(at.shown)
         self.assertEqual((at.x, at.y, at.width, at.height), PLACE)
 
+    def open_menu(self) -> Menu:
+        self.desktop.click(*self.bubble.point(), button=3)
+        return self.bubble.wait_menu()
+
+    def wait_window(self, title: str) -> None:
+        search = ["xdotool", "search", "--onlyvisible", "--name", f"^{title}$"]
+        self.desktop.wait_until(lambda: self.desktop.run(search, check=False).stdout, title)
+
     def check_dictations(self, *texts: str) -> None:
         for count, text in enumerate(texts, start=1):
             self.backend.set_transcript(text)
@@ -95,3 +103,11 @@ class AssistedDictations:
         self.record()
         self.wait_delivered(["through XWayland"], editor)
         self.assertEqual(self.editor.text(), "")
+
+    def test_choices_in_the_menu_open_their_windows(self):
+        self.start_tarq()
+        for entry in ("About Tarq", "Settings", "Profile"):
+            menu = self.open_menu()
+            self.desktop.click(*menu.point(entry))
+            menu.wait_closed()
+            self.wait_window(f"Tarq — {entry.removesuffix(' Tarq')}")
