@@ -13,6 +13,7 @@
 #include "app/Windows.h"
 #include "assist/AssistFeatures.h"
 #include "assist/KeptAbove.h"
+#include "assist/MenuBackdrop.h"
 #include "assist/MissingServerNotice.h"
 #include "assist/SecondStart.h"
 #include "assist/WaylandPaste.h"
@@ -60,8 +61,10 @@ void assistOnWayland(const SettingsStore& settings, const InputFocusMonitor& foc
     overlay.setHasInputFocus(true);
     if (QGuiApplication::platformName() == "xcb"_L1) {
         windows.leaveUnmanaged();
-        QObject::connect(&windows, &Windows::bubbleLoaded, &windows,
-            [](QWindow* bubble) { new Assist::KeptAbove(bubble); });
+        QObject::connect(&windows, &Windows::bubbleLoaded, &windows, [](QWindow* bubble) {
+            new Assist::KeptAbove(bubble);
+            new Assist::MenuBackdrop(bubble->property("contextMenuWindow").value<QWindow*>());
+        });
     }
     TextInjectionService& injection = pipeline.textInjection();
     auto* paste = new Assist::WaylandPaste(

@@ -8,6 +8,8 @@ from harness.testcase import DictationTestCase, program
 # Where it lies on X11, too.
 PLACE = (1280 - 138 - 6, 288, 138, 110)
 COPIED = "copied earlier"
+# A point of the editor, wherever it is.
+ELSEWHERE = (600, 400)
 
 
 class AssistedTestCase(DictationTestCase):
@@ -111,3 +113,13 @@ class AssistedDictations:
             self.desktop.click(*menu.point(entry))
             menu.wait_closed()
             self.wait_window(f"Tarq — {entry.removesuffix(' Tarq')}")
+
+    def test_press_elsewhere_closes_the_menu_and_goes_nowhere_else(self):
+        self.start_tarq()
+        menu = self.open_menu()
+        self.desktop.click(*ELSEWHERE)
+        menu.wait_closed()
+        # The keyboard is the editor's again.
+        self.backend.set_transcript("after the menu")
+        self.record()
+        self.wait_delivered(["after the menu"])
