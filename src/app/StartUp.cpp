@@ -2,6 +2,7 @@
 
 #include "Deployment.h"
 #include "app/DotEnv.h"
+#include "storage/PrivateDirectories.h"
 #include "storage/SettingsStore.h"
 
 #include <QCoreApplication>
@@ -45,7 +46,7 @@ namespace {
 
 QString userEnvironmentFile()
 {
-    return QDir::home().filePath(u".config/Tarq-Linux/.env"_s);
+    return QDir(configRootPath()).filePath(u".env"_s);
 }
 
 } // namespace
