@@ -3,8 +3,10 @@
 import unittest
 
 from assisted import AssistedDictations, AssistedTestCase
+from harness.log import without_start
 from harness.sway import SwaySession
 from harness.targets import Terminal
+from wayland import NO_LEAK_CHECK
 
 
 class AssistedSwayTest(AssistedDictations, AssistedTestCase):
@@ -38,6 +40,22 @@ class AssistedSwayTest(AssistedDictations, AssistedTestCase):
         # What is typed now comes after whatever would have been pasted.
         self.desktop.type("end")
         self.editor.wait_for_text("end")
+
+    def test_without_the_feature_qt_chooses_the_platform_and_nothing_is_logged(self):
+        self.tarq.start(
+            env={"TARQ_ASSIST": "repeat", "ASAN_OPTIONS": NO_LEAK_CHECK},
+            wrapper=["env", "-u", "QT_QPA_PLATFORM"],
+        )
+        self.desktop.wait_until(
+            lambda: self.desktop.windows_of(self.tarq.process.pid), "the splash"
+        )
+        self.assertEqual(
+            {w["app_id"] for w in self.desktop.windows_of(self.tarq.process.pid)}, {"tarq-linux"}
+        )
+        # What is done at a start has been done by the time that a message has been read.
+        self.assertEqual(self.tarq.toggle(), 0)
+        self.assertEqual(without_start(self.tarq.lines), [])
+        self.assertFalse((self.tarq.config / "remote-keyboard.json").exists())
 
 
 if __name__ == "__main__":
