@@ -119,8 +119,8 @@ class GnomeSession(Session):
         """x, y, width and height of the window with this title, if it has the focus."""
         found = self.evaluate(
             "global.get_window_actors().map(a => a.meta_window)"
-            f".filter(w => w.has_focus() && w.get_title() === '{title}').map(w => w.get_frame_rect())"
-            ".map(r => [r.x, r.y, r.width, r.height].join(' ')).join(';')"
+            f".filter(w => w.has_focus() && w.get_title() === '{title}')"
+            ".map(w => w.get_frame_rect()).map(r => [r.x, r.y, r.width, r.height].join(' ')).join(';')"
         )
         place = re.search(r"(-?\d+) (-?\d+) (\d+) (\d+)", found)
         return tuple(map(int, place.groups())) if place else None

@@ -1,4 +1,4 @@
-"""Dictations into Wayland windows with TARQ_ASSIST=wayland, on a compositor that knows nothing of Tarq."""
+"""Dictations into Wayland windows with TARQ_ASSIST=wayland, where sway knows nothing of Tarq."""
 
 import unittest
 
