@@ -75,6 +75,10 @@ class Bubble:
 
     def open_menu(self) -> "Menu":
         self.click(button=3)
+        return self.wait_menu()
+
+    def wait_menu(self) -> "Menu":
+        """The menu, once it takes what is pressed."""
         opened = self._desktop.wait_until(lambda: self._window_of(Menu.SIZE), "the menu")
         # Before, keys and presses would go where they went without it.
         display = self._desktop.env["DISPLAY"]
@@ -108,12 +112,16 @@ class Menu:
     def geometry(self) -> Window:
         return seen(self._desktop, self.window)
 
-    def choose(self, entry: str) -> None:
+    def point(self, entry: str) -> tuple[int, int]:
+        """The middle of an entry, on the screen."""
         at = self.geometry()
         index = self.ENTRIES.index(entry)
         separator = 1 if entry == "Quit Tarq" else 0
         y = at.y + self.INSET + index * self.ROW + separator + self.ROW // 2
-        self._desktop.run(["xdotool", "mousemove", "--sync", at.x + at.width // 2, y, "click", 1])
+        return at.x + at.width // 2, y
+
+    def choose(self, entry: str) -> None:
+        self._desktop.run(["xdotool", "mousemove", "--sync", *self.point(entry), "click", 1])
 
     def wait_closed(self) -> None:
         def gone() -> bool:

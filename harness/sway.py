@@ -66,6 +66,8 @@ class SwaySession(Session):
         self.env["WAYLAND_DISPLAY"] = ready[1]
         if self._xwayland:
             self.env["DISPLAY"] = ready[2]
+            # The harness itself looks at the windows, too.
+            self.run(["xhost", "+local:"])
         self.spawn(["wtype", "-s", KEYBOARD_MS], name="keyboard")
 
     def configure(self, lines: str) -> None:

@@ -8,6 +8,8 @@ Window {
 
     required property OverlayStateModel overlayStateModel
     required property TranscriptionPipeline transcriptionPipeline
+    // What a desktop needs beyond the ordinary window flags.
+    property int extraFlags: 0
 
     property real screenPressX: 0
     property real screenPressY: 0
@@ -32,7 +34,7 @@ Window {
     visible: shellWindow.overlayStateModel.visible
     color: Qt.rgba(0, 0, 0, 0.004)
     title: qsTr("Tarq")
-    flags: Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint
+    flags: Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint | shellWindow.extraFlags
 
     // Only the model shows and hides the bubble, no window manager.
     onClosing: close => close.accepted = false

@@ -5,6 +5,9 @@ import TarqLinux
 Window {
     id: splashWindow
 
+    // What a desktop needs beyond the ordinary window flags.
+    property int extraFlags: 0
+
     signal done()
 
     width: 760
@@ -14,7 +17,7 @@ Window {
     visible: true
     color: "transparent"
     title: qsTr("Tarq")
-    flags: Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint
+    flags: Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint | splashWindow.extraFlags
 
     Component.onCompleted: {
         splashWindow.x = (Screen.width - splashWindow.width) / 2;

@@ -1,12 +1,20 @@
 #include "app/DotEnv.h"
 
 #include <QFile>
+#include <QList>
 
-void loadDotEnv(const QString& path)
+#include <utility>
+
+namespace {
+
+using Variable = std::pair<QByteArray, QByteArray>;
+
+QList<Variable> readVariables(const QString& path)
 {
+    QList<Variable> variables;
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
-        return;
+        return variables;
     }
     while (!file.atEnd()) {
         const QString line = QString::fromUtf8(file.readLine()).trimmed();
@@ -15,10 +23,31 @@ void loadDotEnv(const QString& path)
         if (line.startsWith(u'#') || equals <= 0 || line.contains(QChar::Null)) {
             continue;
         }
-        const QByteArray key = line.first(equals).trimmed().toUtf8();
-        const QByteArray value = line.sliced(equals + 1).trimmed().toUtf8();
+        variables.emplaceBack(
+            line.first(equals).trimmed().toUtf8(), line.sliced(equals + 1).trimmed().toUtf8());
+    }
+    return variables;
+}
+
+} // namespace
+
+void loadDotEnv(const QString& path)
+{
+    const QList<Variable> variables = readVariables(path);
+    for (const auto& [key, value] : variables) {
         if (qEnvironmentVariableIsEmpty(key.constData())) {
             qputenv(key.constData(), value);
         }
     }
+}
+
+QByteArray valueInDotEnv(const QString& path, const QByteArray& key)
+{
+    const QList<Variable> variables = readVariables(path);
+    for (const auto& [name, value] : variables) {
+        if (name == key && !value.isEmpty()) {
+            return value;
+        }
+    }
+    return {};
 }

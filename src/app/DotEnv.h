@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 /// Reads KEY=VALUE lines (UTF-8) into the environment of the process. A variable that has a value
@@ -8,3 +9,7 @@
 /// lines with a zero byte are skipped; quotes, escapes, "export" and a # behind a value have no
 /// meaning. A missing file is the ordinary case, and nothing is reported.
 void loadDotEnv(const QString& path);
+
+/// The value that loadDotEnv() would give a variable that has none; empty if the file has none
+/// either.
+[[nodiscard]] QByteArray valueInDotEnv(const QString& path, const QByteArray& key);

@@ -12,10 +12,16 @@
 #include "app/Tray.h"
 #include "app/Windows.h"
 #include "assist/AssistFeatures.h"
+#include "assist/KeptAbove.h"
+#include "assist/MenuBackdrop.h"
 #include "assist/MissingServerNotice.h"
 #include "assist/SecondStart.h"
+#include "assist/WaylandPaste.h"
+#include "assist/Xwayland.h"
 #include "desktop/GlobalHotkeyManager.h"
 #include "desktop/InputFocusMonitor.h"
+#include "desktop/SessionDetector.h"
+#include "desktop/TextInjectionService.h"
 #include "dictation/OverlayStateModel.h"
 #include "dictation/TranscriptionPipeline.h"
 #include "storage/HistoryRepository.h"
@@ -36,6 +42,38 @@ Q_IMPORT_QML_PLUGIN(TarqLinuxPlugin)
 using namespace Qt::StringLiterals;
 
 namespace {
+
+// Only through XWayland can the bubble choose its place and leave the keyboard alone. A platform
+// that the user has chosen stays.
+bool goesThroughXwayland()
+{
+    return SessionDetector::isWayland() && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")
+        && Assist::parseFeatures(foreseenVariable("TARQ_ASSIST")).testFlag(Assist::Feature::Wayland)
+        && Assist::xServerAnswers();
+}
+
+void assistOnWayland(const SettingsStore& settings, const InputFocusMonitor& focusMonitor,
+    OverlayStateModel& overlay, TranscriptionPipeline& pipeline, Windows& windows)
+{
+    // Nobody is told which Wayland window has the focus, so each counts as one that takes text: the
+    // bubble stays on the screen.
+    focusMonitor.disconnect(&overlay);
+    overlay.setHasInputFocus(true);
+    if (QGuiApplication::platformName() == "xcb"_L1) {
+        windows.leaveUnmanaged();
+        QObject::connect(&windows, &Windows::bubbleLoaded, &windows, [](QWindow* bubble) {
+            new Assist::KeptAbove(bubble);
+            new Assist::MenuBackdrop(bubble->property("contextMenuWindow").value<QWindow*>());
+        });
+    }
+    TextInjectionService& injection = pipeline.textInjection();
+    auto* paste = new Assist::WaylandPaste(
+        settings.paths().configRoot + "/remote-keyboard.json"_L1, &injection);
+    QObject::connect(
+        paste, &Assist::WaylandPaste::advice, &overlay, &OverlayStateModel::setLastError);
+    injection.setDelivery(paste);
+    paste->begin();
+}
 
 // The running application: owns every long-lived service, wires them, and runs the event loop. The
 // order in which they stand is the order in which they may use each other; they die in reverse.
@@ -75,6 +113,9 @@ int runApplication(SettingsStore& settings)
     Windows windows(settings, auth, overlay, history, pipeline);
     SessionLifecycle session(settings, auth, overlay, focusMonitor, pipeline, windows);
     connectWindows(overlay, hotkeys, windows);
+    if (assist.testFlag(Assist::Feature::Wayland) && SessionDetector::isWayland()) {
+        assistOnWayland(settings, focusMonitor, overlay, pipeline, windows);
+    }
     if (assist.testFlag(Assist::Feature::Start)) {
         Assist::presentLoginAtSecondStart(
             hotkeys, settings, [&windows]() { return windows.isHistoryLoaded(); },
@@ -94,10 +135,18 @@ int runInstance(int argc, char* argv[])
 {
     // Our windows have transparent backgrounds, which must be known before the first one exists.
     QQuickWindow::setDefaultAlphaBuffer(true);
-    if (CommandLine::foreseenMode(argc, argv) != CommandLine::Mode::Run) {
+    const bool shows = CommandLine::foreseenMode(argc, argv) == CommandLine::Mode::Run;
+    const bool throughXwayland = shows && goesThroughXwayland();
+    if (!shows) {
         doWithoutDisplay();
+    } else if (throughXwayland) {
+        qputenv("QT_QPA_PLATFORM", "xcb");
     }
     QApplication application(argc, argv);
+    if (throughXwayland) {
+        // Chosen for this process alone, and not for a browser that it opens.
+        qunsetenv("QT_QPA_PLATFORM");
+    }
     // Windows that are open at the end go with the application, after all that they show. They go
     // first of what it owns, since a window can't do without an application that is whole.
     const auto windows = qScopeGuard([&application]() {

@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QDebug>
 #include <QDir>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QLoggingCategory>
 
@@ -41,9 +42,31 @@ void setIdentity()
     QGuiApplication::setQuitOnLastWindowClosed(false);
 }
 
+namespace {
+
+QString userEnvironmentFile()
+{
+    return QDir(configRootPath()).filePath(u".env"_s);
+}
+
+} // namespace
+
+QString foreseenVariable(const QByteArray& name)
+{
+    QByteArray value = qgetenv(name.constData());
+    if (value.isEmpty()) {
+        value = valueInDotEnv(userEnvironmentFile(), name);
+    }
+    if (value.isEmpty()) {
+        const QFileInfo program(QFile::symLinkTarget(u"/proc/self/exe"_s));
+        value = valueInDotEnv(program.dir().filePath(u".env"_s), name);
+    }
+    return QString::fromUtf8(value);
+}
+
 void loadEnvironmentFiles()
 {
-    loadDotEnv(QDir(configRootPath()).filePath(u".env"_s));
+    loadDotEnv(userEnvironmentFile());
     loadDotEnv(QCoreApplication::applicationDirPath() + "/.env"_L1);
 }
 

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <QByteArray>
+#include <QString>
+
 class SettingsStore;
 
 // What every start of the program does, whether it becomes the running instance or ends at once.
@@ -15,6 +18,10 @@ void keepMediaBackendSilent();
 
 /// Names the application, and leaves its end to a quit request alone.
 void setIdentity();
+
+/// The value that a variable will have once the .env files are read, for what has to be known
+/// before the application object exists.
+[[nodiscard]] QString foreseenVariable(const QByteArray& name);
 
 /// Reads the user's .env file, then the one beside the program.
 void loadEnvironmentFiles();

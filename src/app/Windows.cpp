@@ -75,6 +75,16 @@ Windows::~Windows()
     }
 }
 
+void Windows::leaveUnmanaged()
+{
+    // Compositors give the keyboard to unmanaged windows as well, but not to tools.
+    constexpr int kFlags = Qt::Tool | Qt::BypassWindowManagerHint;
+    for (const Name name : {Bubble, Splash}) {
+        m_policies[name].properties[u"extraFlags"_s] = kFlags;
+    }
+    m_mainEngine.setInitialProperties(m_policies[Bubble].properties);
+}
+
 void Windows::loadBubble()
 {
     load(Bubble);
@@ -83,6 +93,7 @@ void Windows::loadBubble()
         // The engine has said why. Everything but the bubble works without it.
         return;
     }
+    emit bubbleLoaded(window);
     applyX11WindowHints(window);
     connect(&m_overlay, &OverlayStateModel::visibleChanged, window, [this, window]() {
         if (m_overlay.isVisible()) {

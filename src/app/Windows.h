@@ -10,6 +10,7 @@
 
 class HistoryRepository;
 class OverlayStateModel;
+class QWindow;
 class SettingsStore;
 class SupabaseAuthClient;
 class TranscriptionPipeline;
@@ -27,6 +28,10 @@ public:
     Windows(SettingsStore& settings, SupabaseAuthClient& auth, OverlayStateModel& overlay,
         HistoryRepository& history, TranscriptionPipeline& pipeline, QObject* parent = nullptr);
     ~Windows() override;
+
+    /// Takes the bubble and the splash from the window manager: they neither take the focus nor
+    /// does anybody place them. Before the first of them is loaded.
+    void leaveUnmanaged();
 
     /// Once in a process. The bubble then shows whenever the model says so.
     void loadBubble();
@@ -54,6 +59,9 @@ public:
     void showProfile();
     /// Does nothing if no profile is open.
     void closeProfile();
+
+signals:
+    void bubbleLoaded(QWindow* bubble);
 
 private:
     enum Name { Bubble, History, Login, Settings, About, Profile, Splash, Count };

@@ -18,6 +18,7 @@ struct Name {
 constexpr std::array kNames{
     Name{"repeat"_L1, Feature::Repeat},
     Name{"start"_L1, Feature::Start},
+    Name{"wayland"_L1, Feature::Wayland},
 };
 
 } // namespace

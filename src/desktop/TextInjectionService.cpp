@@ -2,6 +2,7 @@
 
 #include "desktop/InputFocusMonitor.h"
 #include "desktop/SessionDetector.h"
+#include "desktop/TextDelivery.h"
 #include "desktop/ToolProcess.h"
 
 #include <QClipboard>
@@ -42,6 +43,16 @@ void TextInjectionService::inject(const QString& text)
     const QString trimmed = text.trimmed();
     if (trimmed.isEmpty()) {
         emit injectionFailed(u"Empty transcript"_s);
+        return;
+    }
+    if (m_delivery != nullptr) {
+        m_delivery->deliver(trimmed, [this](const QString& error) {
+            if (error.isEmpty()) {
+                emit injectionFinished();
+            } else {
+                emit injectionFailed(error);
+            }
+        });
         return;
     }
     QClipboard* clipboard = QGuiApplication::clipboard();

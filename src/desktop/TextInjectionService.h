@@ -5,6 +5,7 @@
 
 class InputFocusMonitor;
 class QProcess;
+class TextDelivery;
 
 // Puts a text into the window that last took text: through the clipboard, and by having a tool
 // press the paste keys, xdotool on X11 and wtype on Wayland. The text stays on the clipboard; what
@@ -20,6 +21,10 @@ public:
     explicit TextInjectionService(InputFocusMonitor* focusMonitor, QObject* parent = nullptr);
     /// Kills the tools that still run.
     ~TextInjectionService() override;
+
+    /// From now on this one brings the texts into their windows, in place of the clipboard and the
+    /// tools; null for those again. It is a child of this, or of somebody who goes with it.
+    void setDelivery(TextDelivery* delivery) { m_delivery = delivery; }
 
     /// Pastes the trimmed text.
     void inject(const QString& text);
@@ -38,4 +43,5 @@ private:
     InputFocusMonitor* const m_focusMonitor;
     const QString m_xdotoolPath;
     const QString m_wtypePath;
+    TextDelivery* m_delivery = nullptr;
 };

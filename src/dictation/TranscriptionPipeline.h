@@ -35,6 +35,9 @@ public:
     void setPreferredAudioDeviceId(const QString& deviceId);
     void setTranscriptionLanguage(const QString& language);
 
+    /// What brings the texts into their windows.
+    [[nodiscard]] TextInjectionService& textInjection() { return *m_textInjection; }
+
     /// Starts or stops by the state. Calls within 300 ms of the last one that counted are lost.
     Q_INVOKABLE void toggle();
     /// These two act in the state that they are meant for, and do nothing in any other.

@@ -24,6 +24,7 @@ private slots:
     void garbageChangesNothing();
     void lastLineNeedsNoLineFeed();
     void hugeFileIsRead();
+    void valueOfAKeyIsToldBeforeItIsLoaded();
 
 private:
     void load(const QByteArray& content, const QString& name = u".env"_s)
@@ -151,6 +152,19 @@ void DotEnvTest::hugeFileIsRead()
 {
     load(QByteArray(8 * 1024 * 1024, 'x') + "\n# comment\nTARQ_TEST_KEY=v\n");
     QCOMPARE(qgetenv("TARQ_TEST_KEY"), "v"_ba);
+}
+
+void DotEnvTest::valueOfAKeyIsToldBeforeItIsLoaded()
+{
+    const QString path = homePath(u".env"_s);
+    writeFile(path,
+        "#TARQ_TEST_KEY=comment\nTARQ_TEST_KEY=\nTARQ_TEST_OTHER=other\n"
+        "TARQ_TEST_KEY = first\nTARQ_TEST_KEY=second\n");
+    QCOMPARE(valueInDotEnv(path, "TARQ_TEST_KEY"), "first"_ba);
+    QCOMPARE(valueInDotEnv(path, "TARQ_TEST_NONE"), QByteArray());
+    QCOMPARE(valueInDotEnv(homePath(u"absent"_s), "TARQ_TEST_KEY"), QByteArray());
+    QVERIFY(!qEnvironmentVariableIsSet("TARQ_TEST_KEY"));
+    QVERIFY(!qEnvironmentVariableIsSet("TARQ_TEST_OTHER"));
 }
 
 QTEST_GUILESS_MAIN(DotEnvTest)

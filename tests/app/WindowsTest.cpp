@@ -44,6 +44,7 @@ private slots:
     void profileShowsTheAccountOfItsCreation();
     void splashGoesWhenItIsDone();
     void bubbleGetsItsHintsAtEachShowAlone();
+    void onlyBubbleAndSplashCanBeLeftUnmanaged();
 
 private:
     static QWindow* theOnly(const QString& title);
@@ -249,6 +250,25 @@ void WindowsTest::splashGoesWhenItIsDone()
     QVERIFY(done.wait());
     QTRY_VERIFY(splash.isNull());
     QVERIFY(qApp->findChildren<QQmlApplicationEngine*>().isEmpty());
+}
+
+void WindowsTest::onlyBubbleAndSplashCanBeLeftUnmanaged()
+{
+    const auto isUnmanaged = [](const QWindow* window) {
+        return window->flags().testFlag(Qt::BypassWindowManagerHint);
+    };
+    m_services->windows.leaveUnmanaged();
+    m_services->windows.showSplash();
+    const QPointer<QWindow> splash = theOnly(u"Tarq"_s);
+    QVERIFY(splash);
+    QVERIFY(isUnmanaged(splash));
+    QTRY_VERIFY(splash.isNull());
+    m_services->windows.loadBubble();
+    const QWindow* bubble = theOnly(u"Tarq"_s);
+    QVERIFY(bubble);
+    QVERIFY(isUnmanaged(bubble));
+    m_services->windows.showAbout();
+    QVERIFY(!isUnmanaged(theOnly(kAbout)));
 }
 
 void WindowsTest::bubbleGetsItsHintsAtEachShowAlone()

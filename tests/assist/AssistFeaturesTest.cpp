@@ -50,6 +50,7 @@ void AssistFeaturesTest::everyNameIsPartOfAll()
     const Features all = Assist::parseFeatures(u"all"_s);
     QVERIFY(all.testFlag(Feature::Repeat));
     QVERIFY(all.testFlag(Feature::Start));
+    QVERIFY(all.testFlag(Feature::Wayland));
 }
 
 void AssistFeaturesTest::unknownNamesAreOneWarning()

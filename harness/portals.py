@@ -1,0 +1,31 @@
+"""The desktop portal of a private session, with the back end of its desktop."""
+
+from pathlib import Path
+
+from harness.session import Session
+
+LIBRARIES = (Path("/usr/libexec"), *sorted(Path("/usr/lib").glob("*/libexec")))
+
+
+def start_portal(session: Session, backend: str) -> None:
+    """Start the portal and this back end, each once what it asks for has a name on the bus."""
+    session.spawn([installed("xdg-permission-store")])
+    wait_for_name(session, "org.freedesktop.impl.portal.PermissionStore")
+    session.spawn([installed(f"xdg-desktop-portal-{backend}")])
+    wait_for_name(session, f"org.freedesktop.impl.portal.desktop.{backend}")
+    session.spawn([installed("xdg-desktop-portal")])
+    wait_for_name(session, "org.freedesktop.portal.Desktop")
+
+
+def installed(program: str) -> Path:
+    found = next((path / program for path in LIBRARIES if (path / program).exists()), None)
+    assert found, f"{program} isn't installed"
+    return found
+
+
+def wait_for_name(session: Session, name: str) -> None:
+    ask = ["dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.DBus", "/"]
+    question = [*ask, "org.freedesktop.DBus.NameHasOwner", f"string:{name}"]
+    session.wait_until(
+        lambda: "boolean true" in session.run(question, check=False).stdout, f"{name} on the bus"
+    )

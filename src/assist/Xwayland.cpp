@@ -1,0 +1,15 @@
+#include "assist/Xwayland.h"
+
+#include <xcb/xcb.h>
+
+namespace Assist {
+
+bool xServerAnswers()
+{
+    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+    const bool answers = xcb_connection_has_error(connection) == 0;
+    xcb_disconnect(connection);
+    return answers;
+}
+
+} // namespace Assist
