@@ -12,6 +12,9 @@ from harness.process import DEADLINE_S, DeadlineExceeded, guarded
 
 PROGRAM = Path(__file__).with_name("accessibility_tree.py")
 
+# Releases name some roles differently.
+Role = str | tuple[str, ...]
+
 
 @dataclass(frozen=True)
 class Element:
@@ -84,15 +87,16 @@ class Interface:
         ]
 
     def wait_for(
-        self, name: str, window: str | None = None, role: str | None = None
+        self, name: str, window: str | None = None, role: Role | None = None
     ) -> Element:
-        """Wait for an element of exactly this name."""
+        """Wait for an element of exactly this name, and of this role or one of these."""
+        roles = (role,) if isinstance(role, str) else role
 
         def named() -> list[Element]:
             return [
                 element
                 for element in self.elements(window)
-                if element.name == name and role in (None, element.role)
+                if element.name == name and (roles is None or element.role in roles)
             ]
 
         try:
@@ -121,7 +125,7 @@ class Interface:
     def wait_for_no_window(self, title: str) -> None:
         self._desktop.wait_until(lambda: not self.elements(title), f"{title!r} to go")
 
-    def click(self, name: str, window: str | None = None, role: str | None = None) -> None:
+    def click(self, name: str, window: str | None = None, role: Role | None = None) -> None:
         x, y = self.wait_for(name, window, role).centre
         # Without --sync, which waits for 15 seconds if the pointer is there already.
         self._desktop.run(["xdotool", "mousemove", x, y, "click", 1])

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import json
 import shutil
 import subprocess
 import tempfile
@@ -17,11 +18,12 @@ _RATE_HZ = 16_000
 _MAX_CONCURRENT = 2
 _TOOL_TIMEOUT_S = 120
 _TOOL = "pocketsphinx_continuous"
-_DEBIAN_PACKAGES = {_TOOL: "pocketsphinx", "sox": "sox"}
+_NEWER_TOOL = "pocketsphinx"  # what PocketSphinx 5 has in its place
+_DEBIAN_PACKAGES = {_TOOL: "pocketsphinx", _NEWER_TOOL: "pocketsphinx", "sox": "sox"}
 
 
 class PocketSphinx:
-    """Runs pocketsphinx_continuous for each recording, after sox where it has to be converted."""
+    """Runs PocketSphinx for each recording, after sox where it has to be converted."""
 
     def __init__(self) -> None:
         self._slots = threading.BoundedSemaphore(_MAX_CONCURRENT)
@@ -33,6 +35,8 @@ class PocketSphinx:
         with self._slots, tempfile.TemporaryDirectory(prefix="tarq-backend-") as directory:
             path = Path(directory, "recording.wav")
             self._write_for_sphinx(recording.audio, path)
+            if shutil.which(_TOOL) is None and shutil.which(_NEWER_TOOL) is not None:
+                return json.loads(self._run(_NEWER_TOOL, "single", str(path)))["t"]
             output = self._run(_TOOL, "-infile", str(path), "-logfn", "/dev/null")
         lines = output.decode("utf-8", "replace").splitlines()
         return " ".join(line.strip() for line in lines if line.strip())
@@ -87,7 +91,7 @@ class PocketSphinx:
                 process.kill()
                 process.communicate()
         if process.returncode != 0:
-            hint = " Is the Debian package pocketsphinx-en-us installed?" if tool == _TOOL else ""
+            hint = " Is the Debian package pocketsphinx-en-us installed?" if tool != "sox" else ""
             raise ApiError(502, f"{tool} could not process the recording.{hint}")
         return output
 

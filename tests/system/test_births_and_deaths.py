@@ -164,7 +164,9 @@ class EndTest(JournalTestCase):
         )
 
     def test_what_a_window_has_painted_on_goes_with_it(self):
+        editor = Editor(self.desktop, program("harness-editor"))
         self.start_tarq()
+        editor.focus()
         Bubble(self.desktop, self.tarq.process.pid).wait_alone()
         self.assertEqual(self.tarq.process.stop(), 0, self.tarq.process.log())
         painted = [name for name in self.happened("death") if name == "QQuickContext2DImageTexture"]

@@ -10,6 +10,7 @@ from harness.testcase import DictationTestCase
 from support import DEFAULT_FILES
 
 WINDOW = "Tarq — Settings"
+TAB = ("push button", "page tab")
 SWITCHES = {
     "General": {
         "Launch Tarq on startup": "autoStart",
@@ -56,7 +57,7 @@ class SettingsWindowTestCase(DictationTestCase):
         self.interface.click(name, WINDOW, role)
 
     def choose_tab(self, name: str) -> None:
-        self.click(name, "push button")
+        self.interface.click(name, WINDOW, TAB)
 
     def pick(self, box: str, entry: str) -> None:
         """Choose from one of the lists, which is open for as long."""
