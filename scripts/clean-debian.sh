@@ -36,6 +36,8 @@ make_debian() {
 # mount_debian ROOT DEBS: what the programs in it expect to find.
 mount_debian() {
     local root=$1 debs=$2
+    # Programs take a root for a mount.
+    mount --bind "$root" "$root"
     cp /etc/resolv.conf "$root/etc/resolv.conf"
     mount --bind "$debs" "$root/var/cache/apt/archives"
     mount -t proc proc "$root/proc"

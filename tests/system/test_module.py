@@ -87,10 +87,11 @@ class ModuleTest(CommandLineTestCase):
         done = self.session.run(["sh", "-c", gone, self.program, elsewhere], check=False)
         self.check_refused(done, "No such file or directory")
 
-    @unittest.skipUnless(os.geteuid() == 0, "only root can hide /proc")
     def test_module_is_found_without_proc(self):
         self.put(self.bin)
-        hidden = ["unshare", "--mount", "sh", "-c", NO_PROC, self.program]
+        # Whoever isn't root becomes it in a namespace of his own.
+        user = [] if os.geteuid() == 0 else ["--map-root-user"]
+        hidden = ["unshare", *user, "--mount", "sh", "-c", NO_PROC, self.program]
         # A sanitizer complains of the same.
         self.assertEqual(self.session.run(hidden, check=False).returncode, STAND_IN)
 

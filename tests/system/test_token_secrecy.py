@@ -9,7 +9,6 @@ from tests.system.support import CommandLineTestCase
 NOBODY = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"]
 
 
-@unittest.skipIf(os.geteuid() != 0, "only root can become another user")
 class SecondUserTest(CommandLineTestCase):
     def setUp(self) -> None:
         super().setUp()
@@ -26,6 +25,8 @@ class SecondUserTest(CommandLineTestCase):
         return [name for name in names if self.can_open(self.config / name)]
 
     def can_open(self, path: Path) -> bool:
+        if os.geteuid() != 0:  # only root can become somebody else: the modes tell
+            return bool(path.parent.stat().st_mode & 0o001 and path.stat().st_mode & 0o007)
         tests = " || ".join(f'test -{access} "$1"' for access in "rwx")
         command = [*NOBODY, "sh", "-c", tests, "sh", path]
         return self.session.run(command, check=False).returncode == 0
