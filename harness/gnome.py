@@ -4,7 +4,7 @@ import re
 import sys
 from pathlib import Path
 
-from harness.portals import start_portal
+from harness.portals import start_pipewire, start_portal, wait_for_name
 from harness.session import Session
 
 INPUT = Path(__file__).with_name("gnome_input.py")
@@ -30,9 +30,7 @@ class GnomeSession(Session):
             "GSETTINGS_BACKEND": "memory",
         }
         self._start_system_bus()
-        self.spawn(["pipewire"])
-        self.wait_for_socket(self.runtime / "pipewire-0", "PipeWire")
-        self.spawn(["wireplumber"])
+        start_pipewire(self)
         self._start_shell()
         self.run(["xhost", "+local:"])
         hands = self.spawn([sys.executable, INPUT], name="hands")
@@ -92,11 +90,7 @@ class GnomeSession(Session):
         self.spawn(
             [sys.executable, "-m", "dbusmock", "--system", "--template", "logind"], name="logind"
         )
-        ask = ["dbus-send", "--system", "--print-reply", "--dest=org.freedesktop.DBus", "/"]
-        question = [*ask, "org.freedesktop.DBus.NameHasOwner", "string:org.freedesktop.login1"]
-        self.wait_until(
-            lambda: "boolean true" in self.run(question, check=False).stdout, "logind"
-        )
+        wait_for_name(self, "org.freedesktop.login1", bus="system")
 
     def _start_shell(self) -> None:
         screen = ["--headless", "--virtual-monitor", "1280x800"]

@@ -4,7 +4,7 @@ import shutil
 import sys
 from pathlib import Path
 
-from harness.portals import start_portal
+from harness.portals import start_pipewire, start_portal
 from harness.session import Session
 
 INPUT = Path(__file__).with_name("kwin_input.py")
@@ -30,9 +30,7 @@ class KwinSession(Session):
             "KWIN_WAYLAND_NO_PERMISSION_CHECKS": "1",
         }
         # The portal's back end shares its plugin with that for screencasts.
-        self.spawn(["pipewire"])
-        self.wait_for_socket(self.runtime / "pipewire-0", "PipeWire")
-        self.spawn(["wireplumber"])
+        start_pipewire(self)
         # KWin keeps the output of what runs in it to itself.
         ready = self.root / "ready"
         session = f'echo "$DISPLAY;$XAUTHORITY" > {ready}.new; mv {ready}.new {ready}'

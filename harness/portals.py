@@ -7,6 +7,13 @@ from harness.session import Session
 LIBRARIES = (Path("/usr/libexec"), *sorted(Path("/usr/lib").glob("*/libexec")))
 
 
+def start_pipewire(session: Session) -> None:
+    """What a compositor and its portal hand the picture of a screen to."""
+    session.spawn(["pipewire"])
+    session.wait_for_socket(session.runtime / "pipewire-0", "PipeWire")
+    session.spawn(["wireplumber"])
+
+
 def start_portal(session: Session, backend: str) -> None:
     """Start the portal and this back end, each once what it asks for has a name on the bus."""
     session.spawn([installed("xdg-permission-store")])
@@ -23,8 +30,8 @@ def installed(program: str) -> Path:
     return found
 
 
-def wait_for_name(session: Session, name: str) -> None:
-    ask = ["dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.DBus", "/"]
+def wait_for_name(session: Session, name: str, bus: str = "session") -> None:
+    ask = ["dbus-send", f"--{bus}", "--print-reply", "--dest=org.freedesktop.DBus", "/"]
     question = [*ask, "org.freedesktop.DBus.NameHasOwner", f"string:{name}"]
     session.wait_until(
         lambda: "boolean true" in session.run(question, check=False).stdout, f"{name} on the bus"
