@@ -66,26 +66,29 @@ bool HeldKeys::concerns(const QKeyEvent& event) const
 
 void HeldKeys::leaveHolds()
 {
-    for (Hold& hold : m_holds) {
-        hold.stage = Stage::Void;
+    for (Stage& stage : m_holds) {
+        stage = Stage::Void;
     }
 }
 
 // X11 repeats a key by a release and a press of the same time. Qt marks the two as repeated only if
 // both are in its queue when it looks at the first, which is why the mark alone won't do.
+bool HeldKeys::repeats(const QKeyEvent& press) const
+{
+    return m_holds.value(press.key()) == Stage::Pressed
+        || (m_lastRelease && m_lastRelease->key == press.key()
+            && m_lastRelease->time == press.timestamp());
+}
+
 bool HeldKeys::swallowsPress(const QKeyEvent& event)
 {
-    if (!concerns(event)) {
-        return false;
-    }
-    Hold& hold = m_holds[event.key()];
-    const bool isRepeated = hold.stage == Stage::Pressed || hold.releasedAt == event.timestamp();
-    if (isRepeated) {
+    if (repeats(event)) {
         const bool isBlank = event.key() == Qt::Key_Space && focusTakesText();
-        return !isBlank || hold.stage == Stage::Void;
+        return !isBlank || m_holds.value(event.key()) == Stage::Void;
     }
+    m_lastRelease.reset();
     if (clicks(event)) {
-        hold.stage = Stage::Pressed;
+        m_holds[event.key()] = Stage::Pressed;
     } else {
         m_holds.remove(event.key());
     }
@@ -97,11 +100,11 @@ bool HeldKeys::swallowsRelease(const QKeyEvent& event)
     if (!concerns(event)) {
         return false;
     }
-    Hold& hold = m_holds[event.key()];
-    hold.releasedAt = event.timestamp();
-    if (event.isAutoRepeat() || hold.stage != Stage::Pressed) {
+    m_lastRelease = Release{event.key(), event.timestamp()};
+    Stage& stage = m_holds[event.key()];
+    if (event.isAutoRepeat() || stage != Stage::Pressed) {
         return true;
     }
-    hold.stage = Stage::Released;
+    stage = Stage::Released;
     return false;
 }

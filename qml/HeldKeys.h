@@ -25,15 +25,17 @@ private:
         Pressed,
         Released, // for what has the focus; the key itself may still be down
     };
-    struct Hold {
-        Stage stage = Stage::Void;
-        std::optional<quint64> releasedAt; // as the display tells the time, in ms
+    struct Release {
+        int key = 0;
+        quint64 time = 0; // as the display tells it, in ms
     };
 
     [[nodiscard]] bool concerns(const QKeyEvent& event) const;
+    [[nodiscard]] bool repeats(const QKeyEvent& press) const;
     void leaveHolds();
     bool swallowsPress(const QKeyEvent& event);
     bool swallowsRelease(const QKeyEvent& event);
 
-    QHash<int, Hold> m_holds; // by key
+    QHash<int, Stage> m_holds; // by key
+    std::optional<Release> m_lastRelease; // none once another key has gone down
 };

@@ -231,6 +231,18 @@ WindowTestCase {
         compare(item("field").text, "");
     }
 
+    // As a program may type that doesn't wait between its keys.
+    function test_keyIsNoRepeatOnceAnotherWentDown() {
+        press(Qt.Key_Space);
+        release(Qt.Key_Space);
+        item("field").forceActiveFocus();
+        for (const key of [Qt.Key_A, Qt.Key_Space]) {
+            keyboard.send(subject, true, key, time, false);
+            keyboard.send(subject, false, key, time, false);
+        }
+        compare(item("field").text, " ");
+    }
+
     function test_heldReturnSubmitsAFieldOnce() {
         item("field").forceActiveFocus();
         press(Qt.Key_Return);

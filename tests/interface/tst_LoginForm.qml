@@ -57,7 +57,8 @@ LoginTestCase {
 
     function test_signIn() {
         fixture.answerAuth(200, '{"access_token": "t", "user": {"email": "a@b.c"}}');
-        fill(" a@b.c ", " 345678 ");
+        // No blank follows a blank: at the same millisecond the two would be a key that repeats.
+        fill(" a@b.c ", "345 678 ");
         fixture.holdAuth();
         mouseClick(item("submitButton"));
         verify(subject.loading);
@@ -66,7 +67,7 @@ LoginTestCase {
         const request = takeRequest();
         compare(request.method, "POST");
         compare(request.target, "/auth/v1/token?grant_type=password");
-        compare(JSON.parse(request.body), {email: "a@b.c", password: " 345678 "});
+        compare(JSON.parse(request.body), {email: "a@b.c", password: "345 678 "});
         tryCompare(success, "count", 1);
         verify(!subject.loading);
         verify(subject.visible);
