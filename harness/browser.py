@@ -153,8 +153,12 @@ class ChromeDriver:
     """A server of the W3C WebDriver protocol."""
 
     def __init__(self, session: Session) -> None:
-        self.process = session.spawn(["chromedriver", "--port=0"])
-        self._port = int(self.process.wait_for_line(r"started successfully on port (\d+)")[1])
+        # It takes a free port of IPv6 and then wants the same of IPv4, which others may have.
+        outcome = r"started successfully on port (\d+)|IPv4 port not available"
+        port = None
+        while port is None:
+            port = session.spawn(["chromedriver", "--port=0"]).wait_for_line(outcome)[1]
+        self._port = int(port)
 
     def command(self, method: str, path: str, body: dict | None = None):
         connection = http.client.HTTPConnection("127.0.0.1", self._port, timeout=DEADLINE_S)

@@ -83,6 +83,9 @@ class AnyTray:
     def has_icon(self) -> bool:
         raise NotImplementedError
 
+    def start_for_menu(self) -> Bubble:
+        return self.start_with_bubble()
+
     def test_setting_keeps_the_icon_away(self):
         self.write_settings(showInTray=False)
         self.start_with_bubble()
@@ -98,7 +101,7 @@ class AnyTray:
         bubble.wait_shown()
 
     def test_entries_open_their_windows(self):
-        self.start_tarq()
+        self.start_for_menu()
         self.choose("Open history")
         self.interface.wait_for("Sign Out", role="push button")
         self.choose("Settings…")
@@ -107,7 +110,7 @@ class AnyTray:
         self.interface.wait_for_window(ABOUT)
 
     def test_sign_out_leads_to_the_login_window(self):
-        bubble = self.start_with_bubble()
+        bubble = self.start_for_menu()
         self.choose("Sign out")
         self.interface.wait_for_window(LOGIN)
         bubble.wait_shown(False)
@@ -115,7 +118,7 @@ class AnyTray:
         self.assertEqual(json.loads(self.tarq.keys_file.read_text())["accessToken"], "")
 
     def test_quit_ends_the_program(self):
-        self.start_tarq()
+        self.start_for_menu()
         self.choose("Quit")
         self.assertEqual(self.tarq.process.wait(), 0)
 
@@ -227,6 +230,10 @@ class EmbeddingTest(AnyTray, TrayTestCase):
         menu = self.tray.open_menu()
         menu.choose(entry)
         menu.wait_closed()
+
+    def start_for_menu(self):
+        # The bubble takes the focus along when it goes, and a change of the focus closes a menu.
+        return self.start_with_hidden_bubble()
 
     def has_icon(self):
         path = self.desktop.tmp / "tray.png"
