@@ -15,6 +15,7 @@
 #include "assist/KeptAbove.h"
 #include "assist/MenuBackdrop.h"
 #include "assist/MissingServerNotice.h"
+#include "assist/PortalHotkey.h"
 #include "assist/SecondStart.h"
 #include "assist/WaylandPaste.h"
 #include "assist/Xwayland.h"
@@ -28,6 +29,7 @@
 #include "storage/SettingsStore.h"
 
 #include <QApplication>
+#include <QDBusConnection>
 #include <QDebug>
 #include <QIcon>
 #include <QQmlApplicationEngine>
@@ -75,6 +77,18 @@ void assistOnWayland(const SettingsStore& settings, const InputFocusMonitor& foc
     paste->begin();
 }
 
+// The desktop may watch for the hotkey where nothing can be grabbed.
+void assistHold(GlobalHotkeyManager& hotkeys)
+{
+    auto* hotkey = new Assist::PortalHotkey(
+        QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"tarq-hotkey"_s), &hotkeys);
+    QObject::connect(hotkey, &Assist::PortalHotkey::pressed, &hotkeys,
+        &GlobalHotkeyManager::onSpacebarPressed);
+    QObject::connect(hotkey, &Assist::PortalHotkey::released, &hotkeys,
+        &GlobalHotkeyManager::onSpacebarReleased);
+    hotkey->bind();
+}
+
 // The running application: owns every long-lived service, wires them, and runs the event loop. The
 // order in which they stand is the order in which they may use each other; they die in reverse.
 int runApplication(SettingsStore& settings)
@@ -115,6 +129,9 @@ int runApplication(SettingsStore& settings)
     connectWindows(overlay, hotkeys, windows);
     if (assist.testFlag(Assist::Feature::Wayland) && SessionDetector::isWayland()) {
         assistOnWayland(settings, focusMonitor, overlay, pipeline, windows);
+    }
+    if (assist.testFlag(Assist::Feature::Hold) && SessionDetector::isWayland()) {
+        assistHold(hotkeys);
     }
     if (assist.testFlag(Assist::Feature::Start)) {
         Assist::presentLoginAtSecondStart(

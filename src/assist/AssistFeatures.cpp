@@ -19,6 +19,7 @@ constexpr std::array kNames{
     Name{"repeat"_L1, Feature::Repeat},
     Name{"start"_L1, Feature::Start},
     Name{"wayland"_L1, Feature::Wayland},
+    Name{"hold"_L1, Feature::Hold},
 };
 
 } // namespace

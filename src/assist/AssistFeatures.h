@@ -12,6 +12,7 @@ enum class Feature {
     Repeat = 1 << 0, ///< Super+Space can be held on X11 while keys repeat
     Start = 1 << 1, ///< a start that can't go on, or that finds no window, says so on the screen
     Wayland = 1 << 2, ///< on Wayland the text arrives, and the bubble leaves the keyboard alone
+    Hold = 1 << 3, ///< Super+Space can be held on Wayland, where the desktop watches for it
 };
 Q_DECLARE_FLAGS(Features, Feature)
 Q_DECLARE_OPERATORS_FOR_FLAGS(Features)

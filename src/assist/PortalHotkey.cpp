@@ -3,7 +3,6 @@
 #include "assist/DBusCall.h"
 #include "assist/PortalRequest.h"
 
-#include <QDBusArgument>
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDebug>
@@ -11,30 +10,6 @@
 #include <utility>
 
 using namespace Qt::StringLiterals;
-
-// What the portal calls a shortcut: a(sa{sv}) is a list of them.
-struct PortalShortcut {
-    QString id;
-    QVariantMap properties;
-};
-Q_DECLARE_METATYPE(PortalShortcut)
-
-// Found by D-Bus's templates, by these names and in the type's own namespace.
-static QDBusArgument& operator<<(QDBusArgument& argument, const PortalShortcut& shortcut)
-{
-    argument.beginStructure();
-    argument << shortcut.id << shortcut.properties;
-    argument.endStructure();
-    return argument;
-}
-
-static const QDBusArgument& operator>>(const QDBusArgument& argument, PortalShortcut& shortcut)
-{
-    argument.beginStructure();
-    argument >> shortcut.id >> shortcut.properties;
-    argument.endStructure();
-    return argument;
-}
 
 namespace Assist {
 
@@ -45,6 +20,22 @@ const QString kShortcutId = u"hold-to-record"_s;
 const QString kDesktopFileId = u"tarq-linux"_s;
 
 } // namespace
+
+QDBusArgument& operator<<(QDBusArgument& argument, const PortalShortcut& shortcut)
+{
+    argument.beginStructure();
+    argument << shortcut.id << shortcut.properties;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument& operator>>(const QDBusArgument& argument, PortalShortcut& shortcut)
+{
+    argument.beginStructure();
+    argument >> shortcut.id >> shortcut.properties;
+    argument.endStructure();
+    return argument;
+}
 
 PortalHotkey::PortalHotkey(const QDBusConnection& bus, QObject* parent)
     : QObject(parent)
@@ -61,10 +52,10 @@ void PortalHotkey::bind()
     QDBusMessage call = QDBusMessage::createMethodCall(QLatin1StringView(kPortalService),
         QLatin1StringView(kPortalPath), u"org.freedesktop.host.portal.Registry"_s, u"Register"_s);
     call.setArguments({kDesktopFileId, QVariantMap()});
-    callDBus(m_bus, call, this, [this](const QDBusMessage& /*reply*/) { chooseTrigger(); });
+    callDBus(m_bus, call, this, [this](const QDBusMessage& /*reply*/) { findOutAboutGnome(); });
 }
 
-void PortalHotkey::chooseTrigger()
+void PortalHotkey::findOutAboutGnome()
 {
     QDBusMessage call = QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s,
         u"/org/freedesktop/DBus"_s, u"org.freedesktop.DBus"_s, u"NameHasOwner"_s);
@@ -81,7 +72,7 @@ void PortalHotkey::createSession()
         {{u"session_handle_token"_s, PortalRequest::newToken()}}, this,
         [this](const PortalAnswer& answer) {
             if (answer.result != PortalAnswer::Result::Granted) {
-                emit failed(answer.error.isEmpty() ? u"CreateSession failed"_s : answer.error);
+                fail(answer.error.isEmpty() ? u"CreateSession failed"_s : answer.error);
                 return;
             }
             m_session = QDBusObjectPath(answer.results.value(u"session_handle"_s).toString());
@@ -100,7 +91,7 @@ void PortalHotkey::bindShortcut()
 {
     const PortalShortcut shortcut{kShortcutId,
         {{u"description"_s, u"Hold to record"_s},
-            {u"preferred_trigger"_s, m_gnome ? u"LOGO+ALT+space"_s : u"LOGO+space"_s}}};
+            {u"preferred_trigger"_s, m_gnome ? u"CTRL+LOGO+space"_s : u"LOGO+space"_s}}};
     const QString noParentWindow;
     PortalRequest::call(m_bus, kInterface, u"BindShortcuts"_s,
         {QVariant::fromValue(m_session), QVariant::fromValue(QList{shortcut}), noParentWindow}, {},
@@ -120,16 +111,19 @@ void PortalHotkey::handleBinding(const PortalAnswer& answer)
         = qdbus_cast<QList<PortalShortcut>>(answer.results.value(u"shortcuts"_s));
     for (const PortalShortcut& shortcut : shortcuts) {
         if (shortcut.id == kShortcutId) {
-            const QString key = shortcut.properties.value(u"trigger_description"_s).toString();
-            qInfo().noquote() << "Wayland: the desktop watches for the hotkey:" << key;
-            if (m_gnome) {
-                emit advice(u"GNOME keeps Super+Space to itself. Hold %1 to record."_s.arg(key));
-            }
+            qInfo().noquote() << "Wayland: hold the hotkey to record, which the desktop calls"
+                              << shortcut.properties.value(u"trigger_description"_s).toString();
             emit bound();
             return;
         }
     }
-    emit failed(u"no key is bound"_s);
+    fail(u"no key is bound"_s);
+}
+
+void PortalHotkey::fail(const QString& reason)
+{
+    qInfo().noquote() << "Wayland: the desktop watches for no hotkey:" << reason;
+    emit failed();
 }
 
 void PortalHotkey::handleActivated(const QDBusObjectPath& session, const QString& shortcut,

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusObjectPath>
-#include <QList>
 #include <QObject>
 #include <QString>
 #include <QVariantMap>
@@ -11,10 +11,18 @@ namespace Assist {
 
 struct PortalAnswer;
 
+/// A shortcut as the portal writes it, (sa{sv}).
+struct PortalShortcut {
+    QString id;
+    QVariantMap properties;
+};
+QDBusArgument& operator<<(QDBusArgument& argument, const PortalShortcut& shortcut);
+const QDBusArgument& operator>>(const QDBusArgument& argument, PortalShortcut& shortcut);
+
 // Super+Space on Wayland, watched for by the desktop, through the portal's interface
 // GlobalShortcuts: tells when the key goes down and when it comes up. The desktop may ask the user
 // for the key in a dialog, and keeps the answer. GNOME needs the program's desktop file to be
-// installed, and has Super+Space itself: there it is Super+Alt+Space.
+// installed, and has Super+Space itself: there it is Ctrl+Super+Space.
 class PortalHotkey final : public QObject
 {
     Q_OBJECT
@@ -28,10 +36,7 @@ public:
 
 signals:
     void bound();
-    /// With the reason, for the log.
-    void failed(const QString& reason);
-    /// What the user can do about it.
-    void advice(const QString& sentence);
+    void failed();
 
     void pressed();
     void released();
@@ -44,11 +49,12 @@ private slots:
     void handleClosed();
 
 private:
-    void chooseTrigger();
+    void findOutAboutGnome();
     void createSession();
     void bindShortcut();
     void askForBinding();
     void handleBinding(const PortalAnswer& answer);
+    void fail(const QString& reason);
     void release();
 
     QDBusConnection m_bus;
@@ -58,3 +64,5 @@ private:
 };
 
 } // namespace Assist
+
+Q_DECLARE_METATYPE(Assist::PortalShortcut)

@@ -1,9 +1,8 @@
 #include "assist/PortalRequest.h"
 
+#include "assist/DBusCall.h"
+
 #include <QDBusMessage>
-#include <QDBusObjectPath>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QUuid>
 
 #include <utility>
@@ -38,8 +37,11 @@ void PortalRequest::call(const QDBusConnection& bus, const QString& interface,
     QDBusMessage message = QDBusMessage::createMethodCall(
         QLatin1StringView(kPortalService), QLatin1StringView(kPortalPath), interface, method);
     message.setArguments(arguments + QVariantList{options});
-    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(message), request);
-    connect(watcher, &QDBusPendingCallWatcher::finished, request, &PortalRequest::handleReply);
+    callDBus(bus, message, request, [request](const QDBusMessage& reply) {
+        if (reply.type() == QDBusMessage::ErrorMessage) {
+            request->finish({PortalAnswer::Result::Failed, {}, reply.errorMessage()});
+        }
+    });
 }
 
 QString PortalRequest::newToken()
@@ -60,15 +62,6 @@ void PortalRequest::listen(const QString& requestPath)
     // nobody else knows the path.
     m_bus.connect(QString(), requestPath, kRequestInterface, u"Response"_s, this,
         SLOT(handleResponse(uint, QVariantMap)));
-}
-
-void PortalRequest::handleReply(QDBusPendingCallWatcher* watcher)
-{
-    const QDBusPendingReply<QDBusObjectPath> reply = *watcher;
-    watcher->deleteLater();
-    if (reply.isError()) {
-        finish({PortalAnswer::Result::Failed, {}, reply.error().message()});
-    }
 }
 
 void PortalRequest::handleResponse(uint response, const QVariantMap& results)

@@ -7,8 +7,6 @@
 
 #include <functional>
 
-class QDBusPendingCallWatcher;
-
 namespace Assist {
 
 /// Where the desktop portal lives on the session bus (XDG Desktop Portal).
@@ -45,7 +43,6 @@ private slots:
 private:
     PortalRequest(const QDBusConnection& bus, QObject* parent, Handler handler);
     void listen(const QString& requestPath);
-    void handleReply(QDBusPendingCallWatcher* watcher);
     void finish(const PortalAnswer& answer);
 
     QDBusConnection m_bus;

@@ -1,11 +1,10 @@
 #include "assist/RemoteKeyboard.h"
 
+#include "assist/DBusCall.h"
 #include "assist/PortalRequest.h"
 #include "storage/JsonFile.h"
 
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QDebug>
 #include <QJsonDocument>
 
@@ -124,13 +123,10 @@ void RemoteKeyboard::send(QList<KeyEvent> events, PressedHandler done)
         QLatin1StringView(kPortalPath), kInterface, u"NotifyKeyboardKeysym"_s);
     message.setArguments(
         {QVariant::fromValue(m_session), QVariantMap(), event.keysym, event.down ? 1U : 0U});
-    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this,
-        [this, watcher, events = std::move(events), done = std::move(done)]() {
-            const QDBusPendingReply<> reply = *watcher;
-            watcher->deleteLater();
-            if (reply.isError()) {
-                done(reply.error().message());
+    callDBus(m_bus, message, this,
+        [this, events = std::move(events), done = std::move(done)](const QDBusMessage& reply) {
+            if (reply.type() == QDBusMessage::ErrorMessage) {
+                done(reply.errorMessage());
             } else if (events.isEmpty()) {
                 done({});
             } else {

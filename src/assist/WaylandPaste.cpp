@@ -1,13 +1,12 @@
 #include "assist/WaylandPaste.h"
 
+#include "assist/DBusCall.h"
 #include "assist/PortalRequest.h"
 #include "assist/RemoteKeyboard.h"
 #include "assist/WaylandTools.h"
 
 #include <QClipboard>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QDBusVariant>
 #include <QDebug>
 #include <QGuiApplication>
@@ -27,12 +26,12 @@ constexpr int kClipboardDelayMs = 100;
 const QString kOnClipboard = u" The text is on the clipboard."_s;
 const QString kInHistory = u" The text is in the history."_s;
 
-QDBusPendingCall askPortalVersion()
+QDBusMessage portalVersionCall()
 {
     QDBusMessage message = QDBusMessage::createMethodCall(QLatin1StringView(kPortalService),
         QLatin1StringView(kPortalPath), u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
     message.setArguments({u"org.freedesktop.portal.RemoteDesktop"_s, u"version"_s});
-    return QDBusConnection::sessionBus().asyncCall(message);
+    return message;
 }
 
 } // namespace
@@ -46,12 +45,11 @@ WaylandPaste::WaylandPaste(QString tokenFile, QObject* parent)
 void WaylandPaste::begin()
 {
     m_facts = measureWaylandFacts();
-    auto* watcher = new QDBusPendingCallWatcher(askPortalVersion(), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher]() {
-        const QDBusPendingReply<QDBusVariant> reply = *watcher;
-        watcher->deleteLater();
-        choose(reply.isError() ? 0 : reply.value().variant().toUInt());
-    });
+    callDBus(QDBusConnection::sessionBus(), portalVersionCall(), this,
+        [this](const QDBusMessage& reply) {
+            const auto version = reply.arguments().value(0).value<QDBusVariant>();
+            choose(version.variant().toUInt());
+        });
 }
 
 void WaylandPaste::deliver(const QString& text, Handler done)

@@ -50,6 +50,11 @@ public:
     /// Empty if there is none.
     [[nodiscard]] static QString readToken();
 
+public slots:
+    /// The hotkey went down, or came up, whoever watches for it. What is told twice counts once.
+    void onSpacebarPressed();
+    void onSpacebarReleased();
+
 signals:
     void recordingStartRequested();
     void recordingStopRequested();
@@ -58,8 +63,6 @@ signals:
 
 private slots:
     void handleXcbEvents();
-    void onSpacebarPressed();
-    void onSpacebarReleased();
     void onActivationTimerFired();
 
 private:

@@ -85,7 +85,7 @@ void RemoteKeyboardTest::permissionIsAskedForTheKeyboardAlone_data()
 void RemoteKeyboardTest::permissionIsAskedForTheKeyboardAlone()
 {
     QFETCH(uint, version);
-    StandInPortal portal;
+    StandInKeyboardPortal portal;
     RemoteKeyboard keyboard(m_bus, tokenFile());
     const Outcomes outcomes(keyboard);
     keyboard.open(version);
@@ -99,7 +99,7 @@ void RemoteKeyboardTest::permissionIsAskedForTheKeyboardAlone()
 
 void RemoteKeyboardTest::permissionIsKeptForTheOwnerAndGoesBackAtTheNextStart()
 {
-    StandInPortal portal;
+    StandInKeyboardPortal portal;
     portal.answerStart(0, {{u"restore_token"_s, u"permitted"_s}});
     {
         RemoteKeyboard keyboard(m_bus, tokenFile());
@@ -117,7 +117,7 @@ void RemoteKeyboardTest::permissionIsKeptForTheOwnerAndGoesBackAtTheNextStart()
 
 void RemoteKeyboardTest::permissionThatChangesIsKeptAnew()
 {
-    StandInPortal portal;
+    StandInKeyboardPortal portal;
     for (const QString& token : {u"first"_s, u"second"_s}) {
         portal.answerStart(0, {{u"restore_token"_s, token}});
         RemoteKeyboard keyboard(m_bus, tokenFile());
@@ -141,7 +141,7 @@ void RemoteKeyboardTest::keysArePressedAndReleased_data()
 void RemoteKeyboardTest::keysArePressedAndReleased()
 {
     QFETCH(PasteCombination, combination);
-    StandInPortal portal;
+    StandInKeyboardPortal portal;
     RemoteKeyboard keyboard(m_bus, tokenFile());
     const Outcomes outcomes(keyboard);
     keyboard.open(1);
@@ -152,7 +152,7 @@ void RemoteKeyboardTest::keysArePressedAndReleased()
 
 void RemoteKeyboardTest::keyWaitsForTheAnswerToTheLastOne()
 {
-    StandInPortal portal;
+    StandInKeyboardPortal portal;
     RemoteKeyboard keyboard(m_bus, tokenFile());
     const Outcomes outcomes(keyboard);
     keyboard.open(1);
@@ -183,7 +183,7 @@ void RemoteKeyboardTest::refusalIsTold()
 {
     QFETCH(uint, response);
     QFETCH(QString, reason);
-    StandInPortal portal;
+    StandInKeyboardPortal portal;
     portal.answerStart(response);
     RemoteKeyboard keyboard(m_bus, tokenFile());
     const Outcomes outcomes(keyboard);
@@ -205,7 +205,7 @@ void RemoteKeyboardTest::absentPortalIsARefusal()
 
 void RemoteKeyboardTest::noKeyIsPressedBeforeThePermission()
 {
-    StandInPortal portal;
+    StandInKeyboardPortal portal;
     RemoteKeyboard keyboard(m_bus, tokenFile());
     QCOMPARE(errorOfPress(keyboard, PasteCombination::CtrlV),
         u"The desktop doesn't let Tarq press keys"_s);
@@ -214,7 +214,7 @@ void RemoteKeyboardTest::noKeyIsPressedBeforeThePermission()
 
 void RemoteKeyboardTest::closedSessionIsToldAndPressesNothing()
 {
-    StandInPortal portal;
+    StandInKeyboardPortal portal;
     RemoteKeyboard keyboard(m_bus, tokenFile());
     const Outcomes outcomes(keyboard);
     keyboard.open(1);
@@ -232,7 +232,7 @@ void RemoteKeyboardTest::failedKeyIsTold()
     RemoteKeyboard keyboard(m_bus, tokenFile());
     const Outcomes outcomes(keyboard);
     {
-        StandInPortal portal;
+        StandInKeyboardPortal portal;
         keyboard.open(1);
         QTRY_COMPARE(outcomes.opened.size(), 1);
     }

@@ -1,5 +1,7 @@
 #include "assist/StandInPortal.h"
 
+#include <QDBusMetaType>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -13,7 +15,8 @@ const QString kConnection = u"stand-in portal"_s;
 StandInPortal::StandInPortal()
     : m_bus(QDBusConnection::connectToBus(QDBusConnection::SessionBus, kConnection))
 {
-    m_bus.registerObject(kPath, this, QDBusConnection::ExportAllSlots);
+    m_bus.registerObject(
+        kPath, this, QDBusConnection::ExportAllSlots | QDBusConnection::ExportAdaptors);
     m_bus.registerService(kService);
 }
 
@@ -23,7 +26,7 @@ StandInPortal::~StandInPortal()
     QDBusConnection::disconnectFromBus(kConnection);
 }
 
-void StandInPortal::answerStart(uint response, const QVariantMap& results)
+void StandInKeyboardPortal::answerStart(uint response, const QVariantMap& results)
 {
     m_startResponse = response;
     m_startResults = results;
@@ -35,7 +38,7 @@ void StandInPortal::closeSession()
         kPath + "/session/one"_L1, u"org.freedesktop.portal.Session"_s, u"Closed"_s));
 }
 
-void StandInPortal::answerKey()
+void StandInKeyboardPortal::answerKey()
 {
     m_bus.send(m_lastKey.createReply());
 }
@@ -45,7 +48,7 @@ QDBusObjectPath StandInPortal::CreateSession(const QVariantMap& options, const Q
     return answer(options, call, 0, {{u"session_handle"_s, QString(kPath + "/session/one"_L1)}});
 }
 
-QDBusObjectPath StandInPortal::SelectDevices(
+QDBusObjectPath StandInKeyboardPortal::SelectDevices(
     const QDBusObjectPath& /*session*/, const QVariantMap& options, const QDBusMessage& call)
 {
     m_deviceOptions = options;
@@ -53,13 +56,13 @@ QDBusObjectPath StandInPortal::SelectDevices(
     return answer(options, call, 0, {});
 }
 
-QDBusObjectPath StandInPortal::Start(const QDBusObjectPath& /*session*/,
+QDBusObjectPath StandInKeyboardPortal::Start(const QDBusObjectPath& /*session*/,
     const QString& /*parentWindow*/, const QVariantMap& options, const QDBusMessage& call)
 {
     return answer(options, call, m_startResponse, m_startResults);
 }
 
-void StandInPortal::NotifyKeyboardKeysym(const QDBusObjectPath& session,
+void StandInKeyboardPortal::NotifyKeyboardKeysym(const QDBusObjectPath& session,
     const QVariantMap& /*options*/, int keysym, uint state, const QDBusMessage& call)
 {
     call.setDelayedReply(m_holdsKeys);
@@ -82,4 +85,51 @@ QDBusObjectPath StandInPortal::answer(
     // Before the call has returned, as a portal may that has nothing to ask.
     m_bus.send(signal);
     return QDBusObjectPath(path);
+}
+
+StandInShortcutPortal::StandInShortcutPortal()
+{
+    qDBusRegisterMetaType<Assist::PortalShortcut>();
+    qDBusRegisterMetaType<QList<Assist::PortalShortcut>>();
+    new StandInRegistry(this);
+}
+
+void StandInShortcutPortal::tell(
+    const QString& signal, const QString& session, const QString& shortcut)
+{
+    QDBusMessage message
+        = QDBusMessage::createSignal(kPath, u"org.freedesktop.portal.GlobalShortcuts"_s, signal);
+    message.setArguments({QVariant::fromValue(QDBusObjectPath(kPath + "/session/"_L1 + session)),
+        shortcut, qulonglong(0), QVariantMap()});
+    m_bus.send(message);
+}
+
+QDBusObjectPath StandInShortcutPortal::BindShortcuts(const QDBusObjectPath& /*session*/,
+    const QList<Assist::PortalShortcut>& shortcuts, const QString& /*parentWindow*/,
+    const QVariantMap& options, const QDBusMessage& call)
+{
+    m_shortcuts = shortcuts;
+    // As GNOME answers, whatever has come of it.
+    return answer(options, call, 2, {});
+}
+
+QDBusObjectPath StandInShortcutPortal::ListShortcuts(
+    const QDBusObjectPath& /*session*/, const QVariantMap& options, const QDBusMessage& call)
+{
+    return answer(options, call, 0,
+        {{u"shortcuts"_s,
+            QVariant::fromValue(m_binds ? m_shortcuts : QList<Assist::PortalShortcut>())}});
+}
+
+StandInRegistry::StandInRegistry(StandInShortcutPortal* portal)
+    : QDBusAbstractAdaptor(portal)
+    , m_portal(portal)
+{
+}
+
+void StandInRegistry::Register(const QString& program, const QVariantMap& /*options*/)
+{
+    if (m_portal->calls().isEmpty()) {
+        m_portal->m_program = program;
+    }
 }
