@@ -9,6 +9,7 @@ from harness.session import Session
 
 INPUT = Path(__file__).with_name("kwin_input.py")
 BUTTONS = {1: 272, 3: 273}  # left and right, as evdev numbers them
+SUPER, SPACE = 125, 57
 
 
 class KwinSession(Session):
@@ -55,6 +56,9 @@ class KwinSession(Session):
 
     def click(self, x: int, y: int, button: int = 1) -> None:
         self._input(f"{x},{y}", f"down:{BUTTONS[button]}", f"up:{BUTTONS[button]}")
+
+    def hold_super_and_space(self, seconds: float) -> None:
+        self._input(f"hold:{seconds}:{SUPER}+{SPACE}")
 
     def activate(self, pid: int) -> None:
         """Nothing: a window that opens gets the focus."""

@@ -2,6 +2,7 @@
 
     kwin_input.py            a keyboard and a pointer that stay until the process ends
     kwin_input.py STEP...    x,y   down:BUTTON   up:BUTTON   key:CODE+CODE (all of evdev)
+                             hold:SECONDS:CODE+CODE
 """
 
 import sys
@@ -39,14 +40,22 @@ def perform(display: Connection, step: str) -> None:
     if word in ("down", "up"):
         display.request(INPUT, BUTTON, int(value), int(word == "down"))
     elif word == "key":
-        codes = [int(code) for code in value.split("+")]
-        for code in codes:
-            display.request(INPUT, KEY, code, 1)
-        for code in reversed(codes):
-            display.request(INPUT, KEY, code, 0)
+        press_keys(display, value)
+    elif word == "hold":
+        seconds, _, codes = value.partition(":")
+        press_keys(display, codes, float(seconds))
     else:
         x, y = map(float, step.split(","))
         display.request(INPUT, MOVE_TO, x, y)
+
+
+def press_keys(display: Connection, keys: str, seconds: float = 0) -> None:
+    codes = [int(code) for code in keys.split("+")]
+    for code in codes:
+        display.request(INPUT, KEY, code, 1)
+    time.sleep(seconds)
+    for code in reversed(codes):
+        display.request(INPUT, KEY, code, 0)
 
 
 if __name__ == "__main__":

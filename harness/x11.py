@@ -9,6 +9,8 @@ GRAB_ASYNC = 1
 ALREADY_GRABBED = 1
 CURRENT_TIME = 0
 IS_VIEWABLE = 2
+MOD4 = 64
+SPACE = 0x20
 
 int_, long, ulong, pointer = ctypes.c_int, ctypes.c_long, ctypes.c_ulong, ctypes.c_void_p
 
@@ -103,3 +105,14 @@ def keyboard_is_grabbed(display: str) -> bool:
         x11.XUngrabKeyboard(connection, CURRENT_TIME)
         x11.XUngrabServer(connection)
         return status == ALREADY_GRABBED
+
+
+@contextlib.contextmanager
+def super_and_space_grabbed(display: str) -> Iterator[None]:
+    """The hotkey as another program's, which has it for as long as this lasts."""
+    with client(display) as (x11, connection):
+        root = ulong(x11.XDefaultRootWindow(connection))
+        space = x11.XKeysymToKeycode(connection, ulong(SPACE))
+        x11.XGrabKey(connection, space, MOD4, root, False, GRAB_ASYNC, GRAB_ASYNC)
+        x11.XSync(connection, False)
+        yield

@@ -15,11 +15,14 @@ PACKAGING = PROJECT / "packaging"
 OPTION = re.compile(r"(?<![\w-])--?[a-z][a-z-]*")
 
 
-def options_of_the_program() -> set[str]:
-    """Those that the help text names, and the two that ask for it."""
+PROGRAMS = "tarq-linux", "tarq-doctor"
+
+
+def options_of(name: str) -> set[str]:
+    """Those that the program's help text names, and the two that ask for it."""
     with OffscreenSession() as session:
-        done = session.run([program("tarq-linux"), "--help"])
-    return set(OPTION.findall(done.stderr)) | {"--help", "-h"}
+        done = session.run([program(name), "--help"])
+    return set(OPTION.findall(done.stdout + done.stderr)) | {"--help", "-h"}
 
 
 def output(*command: object, **options) -> str:

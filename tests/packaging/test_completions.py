@@ -1,4 +1,4 @@
-"""The shells complete the options that the program has."""
+"""The shells complete the options that the programs have."""
 
 import re
 import shutil
@@ -6,14 +6,14 @@ import tempfile
 import unittest
 
 from harness.process import DEADLINE_S
-from tests.packaging.support import OPTION, PACKAGING, options_of_the_program, output
+from tests.packaging.support import OPTION, PACKAGING, options_of, output
 
 COMPLETIONS = PACKAGING / "completions"
 
 BASH = """\
 source "$1"; shift
 COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1))
-_tarq_linux && printf '%s\\n' "${COMPREPLY[@]}"
+"_${1/-/_}" && printf '%s\\n' "${COMPREPLY[@]}"
 """
 
 # zsh completes only in a terminal, so it gets one. When the line editor has begun it is told to list
@@ -33,52 +33,64 @@ print -r -- "$output"
 TERMINAL_CODE = re.compile(r"\x1b\[[0-9;?]*[A-Za-z]")
 
 
-class CompletionsTest(unittest.TestCase):
+class Completions:
+    program: str
+
     @classmethod
     def setUpClass(cls):
         super().setUpClass()
-        cls.options = options_of_the_program()
+        cls.options = options_of(cls.program)
 
     def bash(self, *words: str) -> set[str]:
-        answer = output("bash", "-c", BASH, "bash", COMPLETIONS / "tarq-linux.bash", *words)
-        return set(answer.split())
+        script = COMPLETIONS / f"{self.program}.bash"
+        return set(output("bash", "-c", BASH, "bash", script, self.program, *words).split())
 
     def fish(self, line: str) -> set[str]:
         with tempfile.TemporaryDirectory() as home:
-            script = f"source {COMPLETIONS}/tarq-linux.fish; complete -C '{line}'"
+            line = f"{self.program} {line}"
+            script = f"source {COMPLETIONS}/{self.program}.fish; complete -C '{line}'"
             answer = output("env", f"HOME={home}", "fish", "--no-config", "-c", script)
         return {line.split("\t")[0] for line in answer.splitlines()}
 
     def zsh(self, line: str) -> set[str]:
         with tempfile.TemporaryDirectory() as functions:
-            shutil.copy(COMPLETIONS / "tarq-linux.zsh", f"{functions}/_tarq-linux")
+            line = f"{self.program} {line}"
+            shutil.copy(COMPLETIONS / f"{self.program}.zsh", f"{functions}/_{self.program}")
             answer = output("zsh", "-f", "-c", ZSH, "zsh", functions, line, timeout=DEADLINE_S)
         # The line itself is in the answer too.
         shown = TERMINAL_CODE.sub("", answer).replace(line, "")
         return set(OPTION.findall(shown))
 
     def test_bash_offers_every_option(self):
-        self.assertEqual(self.bash("tarq-linux", ""), self.options)
-
-    def test_bash_offers_what_begins_alike(self):
-        self.assertEqual(self.bash("tarq-linux", "--to"), {"--toggle"})
-
-    def test_bash_offers_nothing_for_a_number(self):
-        self.assertEqual(self.bash("tarq-linux", "--audio-smoke", ""), set())
+        self.assertEqual(self.bash(""), self.options)
 
     def test_fish_offers_every_option(self):
         # It names the long form of what has two.
-        self.assertEqual(self.fish("tarq-linux --"), self.options - {"-h"})
-        self.assertIn("-h", self.fish("tarq-linux -"))
+        self.assertEqual(self.fish("--"), self.options - {"-h"})
+        self.assertIn("-h", self.fish("-"))
 
     def test_zsh_offers_every_option(self):
-        self.assertEqual(self.zsh("tarq-linux -"), self.options)
+        self.assertEqual(self.zsh("-"), self.options)
+
+
+class TarqCompletionsTest(Completions, unittest.TestCase):
+    program = "tarq-linux"
+
+    def test_bash_offers_what_begins_alike(self):
+        self.assertEqual(self.bash("--to"), {"--toggle"})
+
+    def test_bash_offers_nothing_for_a_number(self):
+        self.assertEqual(self.bash("--audio-smoke", ""), set())
 
     def test_zsh_offers_what_begins_alike(self):
-        self.assertEqual(self.zsh("tarq-linux --amp"), {"--amplitude-smoke"})
+        self.assertEqual(self.zsh("--amp"), {"--amplitude-smoke"})
 
     def test_fish_offers_nothing_for_a_number(self):
-        self.assertEqual(self.fish("tarq-linux --audio-smoke "), set())
+        self.assertEqual(self.fish("--audio-smoke "), set())
+
+
+class DoctorCompletionsTest(Completions, unittest.TestCase):
+    program = "tarq-doctor"
 
 
 if __name__ == "__main__":

@@ -1,9 +1,9 @@
-"""The manual page is well-formed, and tells of every option and variable."""
+"""The manual pages are well-formed, and tell of every option and variable."""
 
 import re
 import unittest
 
-from tests.packaging.support import OPTION, PACKAGING, PROJECT, options_of_the_program, output
+from tests.packaging.support import OPTION, PACKAGING, PROGRAMS, PROJECT, options_of, output
 
 PAGE = PACKAGING / "tarq-linux.1"
 
@@ -11,16 +11,23 @@ PAGE = PACKAGING / "tarq-linux.1"
 class ManualTest(unittest.TestCase):
     def test_mandoc_finds_no_fault(self):
         # Whether the pages that it refers to are installed is no matter of the page's.
-        faults = output("mandoc", "-T", "lint", "-W", "warning", PAGE)
-        self.assertEqual(faults, "")
+        for name in PROGRAMS:
+            faults = output("mandoc", "-T", "lint", "-W", "warning", PACKAGING / f"{name}.1")
+            self.assertEqual(faults, "")
 
     def test_groff_finds_no_fault(self):
-        faults = output("sh", "-c", f"man --warnings -l {PAGE} 2>&1 > /dev/null")
-        self.assertEqual(faults, "")
+        for name in PROGRAMS:
+            page = PACKAGING / f"{name}.1"
+            self.assertEqual(output("sh", "-c", f"man --warnings -l {page} 2>&1 > /dev/null"), "")
 
     def test_names_the_options_of_the_program(self):
-        text = re.sub(r".\x08", "", output("mandoc", "-T", "ascii", PAGE))
-        self.assertEqual(set(OPTION.findall(text)), options_of_the_program())
+        for name in PROGRAMS:
+            page = output("mandoc", "-T", "ascii", PACKAGING / f"{name}.1")
+            # A synopsis of the other program's is no option of this one.
+            text = re.sub(r".\x08", "", page).replace("tarq-linux --toggle", "")
+            with self.subTest(name):
+                described = set(OPTION.findall(text))
+                self.assertEqual(described | {"--toggle"}, options_of(name) | {"--toggle"})
 
     def test_names_the_variables_of_the_readme(self):
         readme = (PROJECT / "README.md").read_text()

@@ -15,6 +15,7 @@ ELSEWHERE = (600, 400)
 class AssistedTestCase(DictationTestCase):
     starts_tarq = False
     asan_options = ""  # what is added to them for Tarq
+    features = "wayland"
     way = ""  # the line that tells how a text will arrive
     clicks = False  # True: the bubble is clicked to toggle
 
@@ -26,7 +27,7 @@ class AssistedTestCase(DictationTestCase):
         self.focus_events = self.editor.process.lines
         # The platform is to be found by the program itself.
         self.tarq.start(
-            env={"TARQ_ASSIST": "wayland", "ASAN_OPTIONS": self.sanitizer_options()},
+            env={"TARQ_ASSIST": self.features, "ASAN_OPTIONS": self.sanitizer_options()},
             wrapper=["env", "-u", "QT_QPA_PLATFORM", f"PATH={path}"],
         )
         self.tarq.process.wait_for_line(f"^\\[4\\] Wayland: {way or self.way}")

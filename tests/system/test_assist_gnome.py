@@ -1,9 +1,11 @@
 """Dictations into the windows of GNOME's shell, with TARQ_ASSIST=wayland."""
 
+import ast
 import unittest
 
 from assisted import AssistedDictations, AssistedTestCase
 from harness.gnome import GnomeSession
+from harness.testcase import program
 
 
 class AssistedGnomeTestCase(AssistedTestCase):
@@ -28,6 +30,33 @@ class AssistedGnomeTest(AssistedDictations, AssistedGnomeTestCase):
     def answer_questions(self) -> None:
         self.desktop.allow_keys()
         self.wait_focused()
+
+
+class SetupOnGnomeTest(AssistedGnomeTestCase):
+    KEYS = "org.gnome.settings-daemon.plugins.media-keys"
+    # The session's own settings are forgotten by the tool that writes them.
+    KEPT = {"GSETTINGS_BACKEND": "keyfile"}
+
+    def settings(self, *words: str) -> str:
+        return self.desktop.run(["gsettings", *words], env=self.KEPT).stdout.strip()
+
+    def doctor(self, *arguments: str, stdin: str = "") -> str:
+        env = {**self.tarq.environment(), **self.KEPT}
+        return self.desktop.run([program("tarq-doctor"), *arguments], env=env, stdin=stdin).stdout
+
+    def test_doctor_binds_a_key_and_takes_it_back(self):
+        others = "['/others/']"
+        self.settings("set", self.KEYS, "custom-keybindings", others)
+        for _time in range(2):
+            self.assertIn("Bound.", self.doctor("--setup", stdin="n\ny\n"))
+        first, path = ast.literal_eval(self.settings("get", self.KEYS, "custom-keybindings"))
+        self.assertEqual(first, "/others/")
+        schema = f"{self.KEYS}.custom-keybinding:{path}"
+        self.assertEqual(self.settings("get", schema, "command"), "'tarq-linux --toggle'")
+        self.assertEqual(self.settings("get", schema, "binding"), "'<Super><Alt>space'")
+        self.doctor("--undo")
+        self.assertEqual(self.settings("get", self.KEYS, "custom-keybindings"), others)
+        self.assertEqual(self.settings("get", schema, "command"), "''")
 
 
 class RefusingGnomeTest(AssistedGnomeTestCase):
