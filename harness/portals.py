@@ -24,6 +24,14 @@ def start_portal(session: Session, backend: str) -> None:
     wait_for_name(session, "org.freedesktop.portal.Desktop")
 
 
+def has_interface(session: Session, interface: str) -> bool:
+    """Whether the portal has an interface, by its name."""
+    portal = ["--dest=org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop"]
+    ask = ["dbus-send", "--session", "--print-reply", *portal]
+    question = [*ask, "org.freedesktop.DBus.Introspectable.Introspect"]
+    return f'"{interface}"' in session.run(question).stdout
+
+
 def installed(program: str) -> Path:
     found = next((path / program for path in LIBRARIES if (path / program).exists()), None)
     assert found, f"{program} isn't installed"

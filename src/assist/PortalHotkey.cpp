@@ -47,12 +47,20 @@ PortalHotkey::PortalHotkey(const QDBusConnection& bus, QObject* parent)
 
 void PortalHotkey::bind()
 {
-    // Before any other call: GNOME binds no key for a program that it can't name. Portals that are
-    // older than this interface (1.20) find the name by other means, or do without.
+    // Before any other call: GNOME binds no key for a program that it can't name. KDE does.
     QDBusMessage call = QDBusMessage::createMethodCall(QLatin1StringView(kPortalService),
         QLatin1StringView(kPortalPath), u"org.freedesktop.host.portal.Registry"_s, u"Register"_s);
     call.setArguments({kDesktopFileId, QVariantMap()});
-    callDBus(m_bus, call, this, [this](const QDBusMessage& /*reply*/) { findOutAboutGnome(); });
+    callDBus(m_bus, call, this, [this](const QDBusMessage& reply) {
+        const bool isUnknown = reply.errorName() == "org.freedesktop.DBus.Error.UnknownMethod"_L1
+            || reply.errorName() == "org.freedesktop.DBus.Error.UnknownInterface"_L1
+            || reply.errorName() == "org.freedesktop.DBus.Error.ServiceUnknown"_L1;
+        if (isUnknown) {
+            fail(u"it has no desktop portal of version 1.20"_s);
+            return;
+        }
+        findOutAboutGnome();
+    });
 }
 
 void PortalHotkey::findOutAboutGnome()

@@ -22,7 +22,9 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, PortalShortcut& s
 // Super+Space on Wayland, watched for by the desktop, through the portal's interface
 // GlobalShortcuts: tells when the key goes down and when it comes up. The desktop may ask the user
 // for the key in a dialog, and keeps the answer. GNOME needs the program's desktop file to be
-// installed, and has Super+Space itself: there it is Ctrl+Super+Space.
+// installed, and has Super+Space itself: there it is Ctrl+Super+Space. Needs a portal that a
+// program can tell its name (1.20): those before open KDE's settings at each start, and bind
+// nothing.
 class PortalHotkey final : public QObject
 {
     Q_OBJECT

@@ -183,6 +183,12 @@ uint portalVersion(const QString& interface)
     return reply.isValid() ? reply.value().variant().toUInt() : 0;
 }
 
+bool portalWatchesForHotkeys()
+{
+    return portalVersion(u"org.freedesktop.portal.GlobalShortcuts"_s) > 0
+        && portalVersion(u"org.freedesktop.host.portal.Registry"_s) > 0;
+}
+
 QList<Finding> examineDelivery(Assist::Features features)
 {
     const QString session = u"session"_s;
@@ -219,13 +225,12 @@ QList<Finding> examineTools()
 Finding examinePortals()
 {
     const uint keys = portalVersion(u"org.freedesktop.portal.RemoteDesktop"_s);
-    const uint shortcuts = portalVersion(u"org.freedesktop.portal.GlobalShortcuts"_s);
     QStringList words;
     if (keys > 0) {
         words += u"keys (RemoteDesktop %1)"_s.arg(keys);
     }
-    if (shortcuts > 0) {
-        words += u"hotkeys (GlobalShortcuts %1)"_s.arg(shortcuts);
+    if (portalWatchesForHotkeys()) {
+        words += u"hotkeys (GlobalShortcuts)"_s;
     }
     return {u"portals"_s, Verdict::Ok,
         words.isEmpty() ? u"none that Tarq could use"_s : words.join(u", "_s)};
@@ -243,8 +248,7 @@ Finding examineHotkey(Assist::Features features)
 {
     const QString subject = u"hotkey"_s;
     if (SessionDetector::isWayland()) {
-        const bool portal = portalVersion(u"org.freedesktop.portal.GlobalShortcuts"_s) > 0;
-        if (portal && features.testFlag(Assist::Feature::Hold)) {
+        if (portalWatchesForHotkeys() && features.testFlag(Assist::Feature::Hold)) {
             return {subject, Verdict::Ok,
                 nameIsThere(u"org.gnome.Shell"_s) ? u"hold Ctrl+Super+Space"_s
                                                   : u"hold Super+Space"_s};

@@ -22,5 +22,7 @@ namespace Doctor {
 
 /// The version of one of the desktop portal's interfaces; 0 without it.
 [[nodiscard]] uint portalVersion(const QString& interface);
+/// Whether the portal watches for a hotkey: since 1.20, where a program can tell its name.
+[[nodiscard]] bool portalWatchesForHotkeys();
 
 } // namespace Doctor

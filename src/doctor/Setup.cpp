@@ -165,8 +165,7 @@ SetKey keySetter()
 // The desktop watches for the hotkey itself, or the X server does.
 bool keyNeedsNothing()
 {
-    return !SessionDetector::isWayland()
-        || portalVersion(u"org.freedesktop.portal.GlobalShortcuts"_s) > 0;
+    return !SessionDetector::isWayland() || portalWatchesForHotkeys();
 }
 
 } // namespace

@@ -38,6 +38,7 @@ private slots:
     void gnomeIsAskedForAnotherKey();
     void whatIsBoundCountsAndNotWhatIsAnswered();
     void absentPortalBindsNothing();
+    void olderPortalIsAskedForNothing();
     void keyThatRepeatsIsOnePress();
     void otherShortcutsAndSessionsAreNoPress_data();
     void otherShortcutsAndSessionsAreNoPress();
@@ -100,6 +101,17 @@ void PortalHotkeyTest::absentPortalBindsNothing()
     const Outcomes outcomes(hotkey);
     hotkey.bind();
     QTRY_COMPARE(outcomes.failed.size(), 1);
+}
+
+// It would open its settings.
+void PortalHotkeyTest::olderPortalIsAskedForNothing()
+{
+    const StandInKeyboardPortal portal;
+    PortalHotkey hotkey(m_bus);
+    const Outcomes outcomes(hotkey);
+    hotkey.bind();
+    QTRY_COMPARE(outcomes.failed.size(), 1);
+    QCOMPARE(portal.calls(), QStringList());
 }
 
 void PortalHotkeyTest::keyThatRepeatsIsOnePress()

@@ -9,6 +9,9 @@ from harness import audio
 from harness.microphone import Microphone
 from harness.session import Session
 
+# Nothing but work, of which a busy machine does little.
+RECOGNITION_S = 120
+
 SENTENCE = "go forward ten meters"
 WAV_HEADER_BYTES = 44
 
@@ -54,7 +57,7 @@ class MicrophoneTest(unittest.TestCase):
         """What a recogniser makes of the spoken sentence."""
         recording = self.recording()
         recognise = ["pocketsphinx_continuous", "-infile", recording, "-logfn", "/dev/null"]
-        return self.session.run(recognise).stdout.strip()
+        return self.session.run(recognise, timeout=RECOGNITION_S).stdout.strip()
 
     @on_each_server
     def test_carries_speech(self):
