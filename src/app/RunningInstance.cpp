@@ -82,8 +82,8 @@ void assistHold(GlobalHotkeyManager& hotkeys)
 {
     auto* hotkey = new Assist::PortalHotkey(
         QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"tarq-hotkey"_s), &hotkeys);
-    QObject::connect(hotkey, &Assist::PortalHotkey::pressed, &hotkeys,
-        &GlobalHotkeyManager::onSpacebarPressed);
+    QObject::connect(
+        hotkey, &Assist::PortalHotkey::pressed, &hotkeys, &GlobalHotkeyManager::onSpacebarPressed);
     QObject::connect(hotkey, &Assist::PortalHotkey::released, &hotkeys,
         &GlobalHotkeyManager::onSpacebarReleased);
     hotkey->bind();

@@ -115,8 +115,7 @@ void PortalHotkey::askForBinding()
 
 void PortalHotkey::handleBinding(const PortalAnswer& answer)
 {
-    const auto shortcuts
-        = qdbus_cast<QList<PortalShortcut>>(answer.results.value(u"shortcuts"_s));
+    const auto shortcuts = qdbus_cast<QList<PortalShortcut>>(answer.results.value(u"shortcuts"_s));
     for (const PortalShortcut& shortcut : shortcuts) {
         if (shortcut.id == kShortcutId) {
             qInfo().noquote() << "Wayland: hold the hotkey to record, which the desktop calls"

@@ -98,9 +98,10 @@ Finding examineSession(const SettingsStore& settings)
         return {subject, Verdict::Problem, u"Start Tarq and sign in."_s};
     }
     if (!JwtUtils::isExpired(tokens.accessToken, 0)) {
-        const QDateTime end = QDateTime::fromMSecsSinceEpoch(JwtUtils::expiryMs(tokens.accessToken));
-        return {subject, Verdict::Ok,
-            u"until %1"_s.arg(QLocale().toString(end, QLocale::ShortFormat))};
+        const QDateTime end
+            = QDateTime::fromMSecsSinceEpoch(JwtUtils::expiryMs(tokens.accessToken));
+        return {
+            subject, Verdict::Ok, u"until %1"_s.arg(QLocale().toString(end, QLocale::ShortFormat))};
     }
     if (!tokens.refreshToken.isEmpty()) {
         return {subject, Verdict::Ok, u"yes; the session is renewed when Tarq runs"_s};
@@ -116,8 +117,8 @@ Finding examineRecordings()
         return {u"recordings"_s, Verdict::Ok, u"none is waiting"_s};
     }
     return {u"recordings"_s, Verdict::Hint,
-        u"%1 without a text, the last one is %2"_s.arg(kept.size()).arg(
-            directory.filePath(kept.first()))};
+        u"%1 without a text, the last one is %2"_s.arg(kept.size())
+            .arg(directory.filePath(kept.first()))};
 }
 
 } // namespace Doctor

@@ -139,8 +139,7 @@ bool superAndSpaceAreFree()
     if (keycodes == nullptr) {
         return false;
     }
-    const xcb_screen_t* screen
-        = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data;
+    const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data;
     const xcb_void_cookie_t cookie = xcb_grab_key_checked(connection.get(), 1, screen->root,
         XCB_MOD_MASK_4, keycodes[0], XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
     const XcbPointer<xcb_generic_error_t> error(xcb_request_check(connection.get(), cookie));
@@ -159,9 +158,8 @@ bool selectionIsOwned(const QByteArray& name)
     if (atom == nullptr || atom->atom == XCB_ATOM_NONE) {
         return false;
     }
-    const XcbPointer<xcb_get_selection_owner_reply_t> owner(
-        xcb_get_selection_owner_reply(connection.get(),
-            xcb_get_selection_owner(connection.get(), atom->atom), nullptr));
+    const XcbPointer<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
+        connection.get(), xcb_get_selection_owner(connection.get(), atom->atom), nullptr));
     return owner != nullptr && owner->owner != XCB_WINDOW_NONE;
 }
 
@@ -176,9 +174,9 @@ bool instanceListens()
 
 uint portalVersion(const QString& interface)
 {
-    const QDBusMessage call = QDBusMessage::createMethodCall(
-        QLatin1StringView(Assist::kPortalService), QLatin1StringView(Assist::kPortalPath),
-        u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
+    const QDBusMessage call
+        = QDBusMessage::createMethodCall(QLatin1StringView(Assist::kPortalService),
+            QLatin1StringView(Assist::kPortalPath), u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
     const QDBusReply<QDBusVariant> reply = ask(call, {interface, u"version"_s});
     return reply.isValid() ? reply.value().variant().toUInt() : 0;
 }
@@ -202,9 +200,10 @@ QList<Finding> examineDelivery(Assist::Features features)
     }
     QList<Finding> findings{{session, Verdict::Ok, sessionText()}};
     if (!features.testFlag(Assist::Feature::Wayland)) {
-        return findings += {u"text"_s, Verdict::Problem,
-            u"Run tarq-doctor --setup, so that the text reaches its window on Wayland. Started "
-            "from the menu, Tarq does without."_s};
+        return findings
+            += {u"text"_s, Verdict::Problem,
+                u"Run tarq-doctor --setup, so that the text reaches its window on Wayland. Started "
+                "from the menu, Tarq does without."_s};
     }
     return findings += examineWaylandDelivery();
 }
@@ -268,8 +267,7 @@ Finding examineHotkey(Assist::Features features)
 
 Finding examineTray()
 {
-    const bool embedding
-        = SessionDetector::isX11() && selectionIsOwned("_NET_SYSTEM_TRAY_S0");
+    const bool embedding = SessionDetector::isX11() && selectionIsOwned("_NET_SYSTEM_TRAY_S0");
     if (embedding || nameIsThere(u"org.kde.StatusNotifierWatcher"_s)) {
         return {u"tray"_s, Verdict::Ok, u"there"_s};
     }

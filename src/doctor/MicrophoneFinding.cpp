@@ -24,7 +24,8 @@ constexpr int kRecordingMs = 500;
 Finding examineMicrophone(const SettingsStore& settings)
 {
     // Read here, since loading the settings would make what is missing of them.
-    const QJsonObject stored = readJsonObject(settings.paths().settingsFile).value_or(QJsonObject());
+    const QJsonObject stored
+        = readJsonObject(settings.paths().settingsFile).value_or(QJsonObject());
     const QString subject = u"microphone"_s;
     AudioCaptureService capture;
     capture.setPreferredDeviceId(stored.value(u"microphoneDeviceId"_s).toString());

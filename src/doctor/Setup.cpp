@@ -1,7 +1,7 @@
 #include "doctor/Setup.h"
 
-#include "doctor/DesktopFindings.h"
 #include "desktop/SessionDetector.h"
+#include "doctor/DesktopFindings.h"
 #include "storage/JsonFile.h"
 #include "storage/PrivateDirectories.h"
 
@@ -48,7 +48,8 @@ QList<QByteArray> otherLines()
     if (lines.last().isEmpty()) {
         lines.removeLast();
     }
-    lines.removeIf([](const QByteArray& line) { return line.trimmed().startsWith("TARQ_ASSIST="); });
+    lines.removeIf(
+        [](const QByteArray& line) { return line.trimmed().startsWith("TARQ_ASSIST="); });
     return lines;
 }
 
@@ -130,9 +131,8 @@ bool setGnomeKeys(bool bound)
 bool setXfceKey(bool bound)
 {
     const QStringList channel{u"-c"_s, u"xfce4-keyboard-shortcuts"_s, u"-p"_s, kXfceKey};
-    const QStringList value = bound
-        ? QStringList{u"-n"_s, u"-t"_s, u"string"_s, u"-s"_s, kCommand}
-        : QStringList{u"-r"_s};
+    const QStringList value = bound ? QStringList{u"-n"_s, u"-t"_s, u"string"_s, u"-s"_s, kCommand}
+                                    : QStringList{u"-r"_s};
     return run(u"xfconf-query"_s, channel + value).has_value();
 }
 

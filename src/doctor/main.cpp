@@ -64,7 +64,7 @@ QList<Finding> examine()
     return Doctor::examineDelivery(features) + Doctor::examineTools()
         + QList{Doctor::examinePortals(), Doctor::examineHotkey(features),
             Doctor::examineMicrophone(settings)}
-        + Doctor::examineVariables() + Doctor::examineServers()
+    + Doctor::examineVariables() + Doctor::examineServers()
         + QList{Doctor::examineSession(settings), Doctor::examineChannel(), Doctor::examineTray(),
             Doctor::examineNotifications(), Doctor::examineRecordings()};
 }

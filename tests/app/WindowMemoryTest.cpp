@@ -136,7 +136,8 @@ void WindowMemoryTest::openingAndClosingKeepsNoMemory()
         }
         if (title == kHistory) {
             QVERIFY(!window->isVisible());
-            // Shown again before the window manager and Qt know that it has gone, it may never come.
+            // Shown again before the window manager and Qt know that it has gone, it may never
+            // come.
             QTRY_VERIFY(isWithdrawn(*window));
             QGuiApplication::sync();
         } else {

@@ -63,8 +63,8 @@ void PortalHotkeyTest::superAndSpaceAreAskedForByTheProgramsName()
     QTRY_COMPARE(outcomes.bound.size(), 1);
     QCOMPARE(outcomes.failed.size(), 0);
     QCOMPARE(portal.program(), u"tarq-linux"_s);
-    QCOMPARE(portal.calls(),
-        (QStringList{u"CreateSession"_s, u"BindShortcuts"_s, u"ListShortcuts"_s}));
+    QCOMPARE(
+        portal.calls(), (QStringList{u"CreateSession"_s, u"BindShortcuts"_s, u"ListShortcuts"_s}));
     QCOMPARE(portal.shortcuts().size(), 1);
     const QVariantMap properties = portal.shortcuts().first().properties;
     QCOMPARE(properties.value(u"preferred_trigger"_s).toString(), u"LOGO+space"_s);
