@@ -53,7 +53,7 @@ QList<QByteArray> otherLines()
     return lines;
 }
 
-bool writeEnvironmentFile(QList<QByteArray> lines)
+bool writeEnvironmentFile(const QList<QByteArray>& lines)
 {
     QDir().mkpath(configRootPath());
     QSaveFile file(environmentFile());
