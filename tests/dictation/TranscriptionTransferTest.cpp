@@ -101,7 +101,7 @@ void TranscriptionTransferTest::recordingIsStreamed()
             tail = (tail + bytes).right(1000);
             return received > kSize && tail.endsWith("--\r\n");
         }(),
-        30000);
+        60000);
     QVERIFY(tail.contains(lateWords));
     socket->write("HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(kHello.size())
         + "\r\n\r\n" + kHello);
