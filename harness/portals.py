@@ -38,9 +38,11 @@ def installed(program: str) -> Path:
     return found
 
 
-def wait_for_name(session: Session, name: str, bus: str = "session") -> None:
+def has_name(session: Session, name: str, bus: str = "session") -> bool:
     ask = ["dbus-send", f"--{bus}", "--print-reply", "--dest=org.freedesktop.DBus", "/"]
     question = [*ask, "org.freedesktop.DBus.NameHasOwner", f"string:{name}"]
-    session.wait_until(
-        lambda: "boolean true" in session.run(question, check=False).stdout, f"{name} on the bus"
-    )
+    return "boolean true" in session.run(question, check=False).stdout
+
+
+def wait_for_name(session: Session, name: str, bus: str = "session") -> None:
+    session.wait_until(lambda: has_name(session, name, bus), f"{name} on the bus")

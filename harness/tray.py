@@ -1,5 +1,6 @@
 """The two kinds of tray that a desktop may have, and the program's icon in them."""
 
+import re
 import sys
 from pathlib import Path
 
@@ -7,6 +8,7 @@ from gi.repository import Gio, GLib
 
 from harness.bubble import Menu
 from harness.desktop import VirtualDesktop
+from harness.portals import has_name
 from harness.x11 import has_tray, look_at
 
 # The menu of the program's icon; None is a separator.
@@ -40,8 +42,13 @@ class StatusNotifierTray:
         return any(line.endswith(f" of {pid}") for line in self._watcher.lines)
 
     def wait_for_icon(self, pid: int) -> "StatusNotifierIcon":
-        name = self._watcher.wait_for_line(rf"^icon (\S+) of {pid}$")[1]
+        # Among many processes a number comes again.
+        name = self._desktop.wait_until(lambda: self._icons_there(pid), "the icon")[-1]
         return StatusNotifierIcon(self._desktop, name)
+
+    def _icons_there(self, pid: int) -> list[str]:
+        told = (re.fullmatch(rf"icon (\S+) of {pid}", line) for line in self._watcher.lines)
+        return [match[1] for match in told if match and has_name(self._desktop, match[1])]
 
 
 class StatusNotifierIcon:
