@@ -61,12 +61,19 @@ QList<Finding> examine()
 {
     const SettingsStore settings;
     const Assist::Features features = Assist::wantedFeatures();
-    return Doctor::examineDelivery(features) + Doctor::examineTools()
-        + QList{Doctor::examinePortals(), Doctor::examineHotkey(features),
-            Doctor::examineMicrophone(settings)}
-    + Doctor::examineVariables() + Doctor::examineServers()
-        + QList{Doctor::examineSession(settings), Doctor::examineChannel(), Doctor::examineTray(),
-            Doctor::examineNotifications(), Doctor::examineRecordings()};
+    QList<Finding> findings = Doctor::examineDelivery(features);
+    findings += Doctor::examineTools();
+    findings += Doctor::examinePortals();
+    findings += Doctor::examineHotkey(features);
+    findings += Doctor::examineMicrophone(settings);
+    findings += Doctor::examineVariables();
+    findings += Doctor::examineServers();
+    findings += Doctor::examineSession(settings);
+    findings += Doctor::examineChannel();
+    findings += Doctor::examineTray();
+    findings += Doctor::examineNotifications();
+    findings += Doctor::examineRecordings();
+    return findings;
 }
 
 bool arrives(const QList<Finding>& findings)
