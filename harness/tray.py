@@ -39,7 +39,7 @@ class StatusNotifierTray:
 
     def has_icon(self, pid: int) -> bool:
         """Whether a process has put its icon there."""
-        return any(line.endswith(f" of {pid}") for line in self._watcher.lines)
+        return bool(self._icons_there(pid))
 
     def wait_for_icon(self, pid: int) -> "StatusNotifierIcon":
         # Among many processes a number comes again.

@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QEventLoop>
 #include <QLocale>
+#include <QMetaEnum>
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QUrl>
@@ -59,8 +60,11 @@ Finding examineServer(const QString& subject, const QUrl& url)
     if (Http::status(*reply) != 0) {
         return {subject, Verdict::Ok, u"answers"_s};
     }
+    // By its name: the words for it would tell the server's address.
+    const char* const error
+        = QMetaEnum::fromType<QNetworkReply::NetworkError>().valueToKey(reply->error());
     return {subject, Verdict::Problem,
-        u"Look at the network: no answer (%1)."_s.arg(reply->errorString())};
+        u"Look at the network: no answer (%1)."_s.arg(QLatin1StringView(error))};
 }
 
 QString workerUrl()

@@ -37,14 +37,21 @@ QString environmentFile()
     return QDir(configRootPath()).filePath(u".env"_s);
 }
 
-// All lines but those that set the variable.
-QList<QByteArray> otherLines()
+// All lines but those that set the variable; nothing if there is a file that can't be read, which
+// must not be replaced.
+std::optional<QList<QByteArray>> otherLines()
 {
     QFile file(environmentFile());
+    if (!file.exists()) {
+        return QList<QByteArray>();
+    }
     if (!file.open(QIODevice::ReadOnly)) {
         return {};
     }
     QList<QByteArray> lines = file.readAll().split('\n');
+    if (file.error() != QFile::NoError) {
+        return {};
+    }
     if (lines.last().isEmpty()) {
         lines.removeLast();
     }
@@ -53,15 +60,20 @@ QList<QByteArray> otherLines()
     return lines;
 }
 
-bool writeEnvironmentFile(const QList<QByteArray>& lines)
+// The other lines stay, and these follow.
+bool rewriteEnvironmentFile(const QList<QByteArray>& added)
 {
+    const std::optional<QList<QByteArray>> kept = otherLines();
+    if (!kept) {
+        return false;
+    }
     QDir().mkpath(configRootPath());
     QSaveFile file(environmentFile());
     if (!file.open(QIODevice::WriteOnly)) {
         return false;
     }
     file.setPermissions(kPrivateFilePermissions);
-    for (const QByteArray& line : lines) {
+    for (const QByteArray& line : *kept + added) {
         file.write(line + '\n');
     }
     return commitWhole(file);
@@ -175,7 +187,7 @@ bool setUp(const std::function<bool(const QString& question)>& confirm,
 {
     bool worked = true;
     if (confirm(u"Write TARQ_ASSIST=all into %1?"_s.arg(environmentFile()))) {
-        worked = writeEnvironmentFile(otherLines() + QList{kLine.toByteArray()});
+        worked = rewriteEnvironmentFile({kLine.toByteArray()});
         tell(worked ? u"Written. Tarq reads it at its next start."_s
                     : u"%1 can't be written."_s.arg(environmentFile()));
     }
@@ -198,7 +210,7 @@ bool setUp(const std::function<bool(const QString& question)>& confirm,
 
 bool undoSetUp(const std::function<void(const QString& line)>& tell)
 {
-    bool worked = !QFile::exists(environmentFile()) || writeEnvironmentFile(otherLines());
+    bool worked = !QFile::exists(environmentFile()) || rewriteEnvironmentFile({});
     tell(worked ? u"TARQ_ASSIST isn't in %1 any more."_s.arg(environmentFile())
                 : u"%1 can't be written."_s.arg(environmentFile()));
     if (const SetKey setKey = keySetter(); setKey != nullptr) {

@@ -1,6 +1,7 @@
 """What tarq-doctor says of a desktop, and what it sets up there."""
 
 import json
+import socket
 import stat
 import unittest
 
@@ -65,6 +66,11 @@ class DoctorTest(DoctorTestCase):
             printed = self.doctor(*arguments)
             for secret in (self.backend.url, "anonymous", tokens["accessToken"]):
                 self.assertNotIn(secret, printed.stdout + printed.stderr)
+
+    def test_address_without_an_answer_is_not_printed(self):
+        done = self.doctor(SUPABASE_URL="http://private.invalid", WORKER_URL="http://private.invalid")
+        self.assertIn("do   auth service: Look at the network", done.stdout)
+        self.assertNotIn("private", done.stdout + done.stderr)
 
     def test_looking_writes_nothing(self):
         self.doctor()
@@ -142,6 +148,15 @@ class SetupTest(DoctorTestCase):
         done = self.doctor("--setup", stdin="y\n")
         self.assertEqual(done.returncode, 1)
         self.assertIn("can't be written", done.stdout)
+
+    def test_file_that_cannot_be_read_is_kept(self):
+        self.tarq.config.mkdir(parents=True)
+        # As one without the permission would be for anybody but root.
+        with socket.socket(socket.AF_UNIX) as unreadable:
+            unreadable.bind(str(self.env_file))
+            for arguments, answer in ((["--setup"], "y\n"), (["--undo"], "")):
+                self.assertEqual(self.doctor(*arguments, stdin=answer).returncode, 1)
+                self.assertTrue(self.env_file.is_socket())
 
     def test_line_for_the_configuration_is_printed(self):
         rows = {"sway": "bindsym", "Hyprland": "bind = SUPER", "labwc:wlroots": "<keybind"}
